@@ -1,0 +1,31 @@
+#include "msg/allocation.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+
+#include "msg/end_run.h"
+
+namespace {
+
+constinit const char* current_message = "ERROR: Unable to allocate storage for the conversion\n";
+
+[[noreturn]] void out_of_memory() {
+    // Nothing here allocates: standard error is unbuffered.
+    std::fputs(current_message, stderr);
+    end_run(EXIT_FAILURE);
+}
+
+}  // namespace
+
+void install_allocation_handler() {
+    std::set_new_handler(out_of_memory);
+}
+
+allocation_scope::allocation_scope(const char* message) : outer_(current_message) {
+    current_message = message;
+}
+
+allocation_scope::~allocation_scope() {
+    current_message = outer_;
+}

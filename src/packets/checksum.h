@@ -1,0 +1,16 @@
+// Checksums of a module: the complement of a sum of 32-bit words. Leaf header; nothing here can fail.
+#ifndef MODFORGE_PACKETS_CHECKSUM_H
+#define MODFORGE_PACKETS_CHECKSUM_H
+
+#include <cstdint>
+
+/// Sum of `count` words in host order, modulo 2^32. A count of 0 or less gives 0 and reads nothing.
+std::uint32_t sum_values(const std::uint32_t* words, int count);
+
+/// The word that brings the sum of `count` words to 0xFFFFFFFF.
+std::uint32_t calculate_checksum(const std::uint32_t* words, int count);
+
+/// 0 exactly when `checksum` is the checksum of the `count` words: a reader's check.
+std::uint32_t verify_checksum(const std::uint32_t* words, int count, std::uint32_t checksum);
+
+#endif
