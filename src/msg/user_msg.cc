@@ -93,7 +93,7 @@ void USER_MSG::message(ERROR_SEVERITY severity, const char* format, arguments ar
     const std::size_t prefix_length = kind->prefix.copy(buffer, buffer_size);
     const std::size_t room = buffer_size - prefix_length;  // the NUL included
     const int length = std::vsnprintf(buffer + prefix_length, room, format, *args.list);
-    if (length < 0 || static_cast<std::size_t>(length) >= room) {  // negative: not even an int could hold its length
+    if (length < 0 || static_cast<std::size_t>(length) >= room) {  // negative: no length that an int could hold
         std::fprintf(stderr,
                      "Internal Error in USER_MSG::message:  attempt to generate a message > %d bytes, "
                      "which would result in a buffer overflow; terminating program.\n",
