@@ -1,0 +1,155 @@
+// Entries files through whole runs: what each kind of token exports or excludes, and every warning.
+#include "cases/run_modforge.h"
+
+#include <gtest/gtest.h>
+
+using namespace cases;
+using support::bytes;
+using support::coff_image;
+using support::conversion_request;
+using support::run_result;
+
+namespace {
+
+/// Four externals in three sections, one undefined external, one local, and the two names exported by default.
+coff_image image_to_choose_from() {
+    coff_image image;
+    image.sections = {{.name = ".text", .contents = {1, 2}},
+                      {.name = ".text:a", .contents = {3, 4}},
+                      {.name = ".text:a:b", .contents = {5, 6}}};
+    image.symbols = {
+        {.name = "_api_one"},        {.name = "_api_two", .scnum = 2}, {.name = "_other_symbol", .scnum = 3},
+        {.name = "a#b", .scnum = 3}, {.name = "_absent", .scnum = 0},  {.name = "_local", .sclass = 3}};
+    return image;
+}
+
+/// The names behind the loader's part of the string table, a blank after each: those of the exported symbols.
+std::string exported(const bytes& module) {
+    std::string names;
+    for (std::size_t at = 56 + module_word(module, 12); at < 56 + module_word(module, 0); ++at)
+        if (module.at(at) != 0)
+            names += static_cast<char>(module[at]);
+        else if (!names.empty() && names.back() != ' ')
+            names += ' ';
+    return names;
+}
+
+std::string missing(const std::string& kind, const std::string& name) {
+    return "WARNING: " + kind + ' ' + name + " from entries file not found in app.out\n";
+}
+
+std::string duplicate(const std::string& name, char kept) {
+    return "WARNING: Duplicate entries for " + name +
+           " from entries file(s) with different qualifiers. Keeping entry " + kept + name + '\n';
+}
+
+using files = std::vector<std::string>;
+
+}  // namespace
+
+TEST(EntriesFiles, TokensExportAndExcludeWhatTheyName) {
+    const std::string all = "_api_one _api_two _other_symbol a#b _absent ";
+    const std::string long_token(255, 'x');
+    const struct {
+        files given;
+        std::string names;  // exported
+        unsigned sections;
+        std::string err;
+    } rows[] = {
+        {{}, all, 3, ""},
+        {{""}, "", 3, ""},
+        {{"_api_one"}, "_api_one ", 3, ""},
+        {{"-_api_one\t-_nowhere"}, "_api_one ", 3, ""},
+        {{"^_api_"}, "_api_one _api_two ", 3, ""},
+        {{"-^_api_ -^_none"}, "_api_one _api_two ", 3, ""},
+        {{"@.text:a:b"}, "_other_symbol a#b ", 3, ""},
+        {{"-@.text -@.none"}, "_api_one ", 3, ""},
+        {{"!.text"}, "", 0, ""},
+        {{"!.text:a"}, "", 1, ""},
+        {{"-!.text:a:b"}, "", 2, ""},
+        {{"!.text:b !text !.tex"}, "", 3, ""},
+        {{"^"}, all, 3, ""},
+        {{"-^"}, all, 3, ""},
+        {{"_absent"}, "_absent ", 3, ""},
+        // Comments, blanks, and line ends.
+        {{"# _api_one\n_api_two#x\na#b"}, "a#b ", 3, missing("Symbol", "_api_two#x") + "\n\n"},
+        {{"_api_one # to the end of the file"}, "_api_one ", 3, ""},
+        {{"#"}, "", 3, ""},
+        {{"#\n_api_one#\n# x"}, "", 3, missing("Symbol", "_api_one#") + "\n\n"},
+        {{"_api_one\r\n# comment\r\n\v\f_api_two\r\n"}, "_api_one _api_two ", 3, ""},
+        {{"#" + std::string(5000, 'c') + "\n_api_one"}, "_api_one ", 3, ""},
+        // Nothing but blanks and qualifiers: names that are empty.
+        {{"-"}, "", 3, ""},
+        {{"!"}, "", 3, ""},
+        {{"@"}, "", 3, missing("Section", "") + "\n\n"},
+        // What is missing: by bucket and latest first for symbols, then prefixes, then sections.
+        {{long_token}, "", 3, missing("Symbol", long_token) + "\n\n"},
+        {{"@.none ^_none @.none", "_none"},
+         "",
+         3,
+         missing("Symbol", "_none") + missing("Prefix", "_none") + missing("Section", ".none") +
+             missing("Section", ".none") + "\n\n"},
+        {{"--x"}, "", 3, ""},
+        {{"_local"}, "", 3, missing("Symbol", "_local") + "\n\n"},
+        {{"_api_one ^_api_one"}, "_api_one ", 3, missing("Prefix", "_api_one") + "\n\n"},
+        {{"^_api ^_api_one @.text:a"},
+         "_api_one _api_two ",
+         3,
+         missing("Prefix", "_api_one") + missing("Section", ".text:a") + "\n\n"},
+        // The first entry of a name wins; only a change of the qualifier is worth a word.
+        {{"-_x _x"}, "", 3, duplicate("_x", '-')},
+        {{"-_x", "_x\n"}, "", 3, duplicate("_x", '-')},
+        {{"_x -_x"}, "", 3, duplicate("_x", ' ') + missing("Symbol", "_x") + "\n\n"},
+        {{"_x _x", "_x"}, "", 3, missing("Symbol", "_x") + "\n\n"},
+        {{"!.text:a -!.text:a"}, "", 1, duplicate(".text:a", ' ')},
+        {{"__DLModules"}, "", 3, duplicate("__DLModules", ' ') + missing("Symbol", "__DLModules") + "\n\n"},
+        {{".bss -__DLModules"}, "", 3, duplicate(".bss", ' ') + missing("Symbol", ".bss") + "\n\n"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.given));
+        conversion_request request = request_for(image_to_choose_from());
+        request.entries = row.given;
+        expect_as_predicted(request);
+        const support::conversion expected = support::convert(request);
+        EXPECT_EQ(expected.err, row.err);
+        EXPECT_EQ(exported(expected.module), row.names);
+        EXPECT_EQ(module_half(expected.module, 20), row.sections);
+        request.quiet = true;
+        EXPECT_EQ(support::convert(request).err, "");
+        expect_as_predicted(request);
+    }
+}
+
+// The buckets are walked from 0 to 31 and the latest entry of a bucket comes first; computed by hand for the names
+// "a" to "e": (name x 0x4E67C98C mod 2^32) >> 27 gives 22, 0, 10, 19, 29.
+TEST(EntriesFiles, MissingSymbolsAreListedByBucket) {
+    conversion_request request = request_for(image_to_choose_from());
+    request.entries = {"a b c d e"};
+    const support::conversion expected = support::convert(request);
+    EXPECT_EQ(expected.err, missing("Symbol", "b") + missing("Symbol", "c") + missing("Symbol", "d") +
+                                missing("Symbol", "a") + missing("Symbol", "e") + "\n\n");
+    expect_as_predicted(request);
+}
+
+TEST(EntriesFiles, UnreadableOnesEndTheRun) {
+    const std::pair<std::vector<std::string>, std::string> rows[] = {
+        {{"-e=good", "-e=absent"}, "ERROR: Unable to open entries file absent\n"},
+        {{"-e=."}, "ERROR: "},
+        {{"-e=long"}, "ERROR: "},
+        {{"-e=/dev/zero"}, "ERROR: "},
+    };
+    for (const auto& [options, err] : rows) {
+        SCOPED_TRACE(testing::PrintToString(options));
+        const workshop shop;
+        shop.write("app.out", image_to_choose_from().data());
+        shop.write("good", "_api_one\n");
+        shop.write("long", std::string(256, 'x'));
+        std::vector<std::string> arguments = options;
+        arguments.emplace_back("app.out");
+        const run_result run = shop.run(arguments);
+        EXPECT_EQ(run.status, 1);
+        EXPECT_EQ(run.out, banner);
+        EXPECT_TRUE(run.err.starts_with(err)) << run.err;
+        EXPECT_FALSE(shop.has("app.vlm"));
+    }
+}

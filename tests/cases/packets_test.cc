@@ -1,0 +1,200 @@
+// Where sections are cut and what the relocations become, worked out by hand.
+#include "cases/run_modforge.h"
+
+#include <gtest/gtest.h>
+
+using namespace cases;
+using support::bytes;
+using support::coff_image;
+using support::coff_reloc;
+using support::conversion_request;
+
+namespace {
+
+constexpr std::uint16_t none = 0x4012, byte1 = 15, byte2 = 16, byte3 = 21, byte4 = 17, byte8 = 56;  // by extent
+
+struct packet {
+    std::uint32_t size = 0;
+    std::vector<std::uint32_t> offsets = {};  // of its relocations, in address units
+    bool operator==(const packet&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const packet& p) {
+    return out << p.size << testing::PrintToString(p.offsets);
+}
+
+/// The packets of the first section; checks the sum over each, and that they fill the module to its end.
+std::vector<packet> packets_of(const bytes& module) {
+    std::vector<packet> packets;
+    const std::size_t header = 56 + module_word(module, 0);
+    std::size_t at = module_word(module, header + 20);
+    for (std::uint32_t i = 0; i < module_word(module, header + 24); ++i) {
+        packet next{.size = module_word(module, at + 4)};
+        const std::size_t relocs = at + 12 + (next.size + 3) / 4 * 4;
+        const std::size_t end = relocs + 12 * module_word(module, at);
+        for (std::size_t reloc = relocs; reloc < end; reloc += 12)
+            next.offsets.push_back(module_word(module, reloc));
+        std::uint32_t sum = 0;
+        for (; at < end; at += 4)
+            sum += module_word(module, at);
+        EXPECT_EQ(sum, 0xFFFFFFFFU);
+        packets.push_back(next);
+    }
+    EXPECT_EQ(at, module.size());
+    return packets;
+}
+
+struct field_at {
+    std::int32_t offset;  // bytes from the section's start
+    std::uint16_t type;
+};
+
+/// One section of `length` bytes that runs at 0 and is loaded at `base`, both in units of `width` bits.
+conversion_request section_with(std::uint8_t width, std::uint32_t base, std::size_t length,
+                                const std::vector<field_at>& fields) {
+    coff_image image;
+    image.sections = {{.vaddr = base, .contents = bytes(length, 0x5A), .mwidth = width}};
+    for (const field_at& field : fields)
+        image.sections[0].relocs.push_back(
+            {.vaddr = base + static_cast<std::uint32_t>(field.offset * 8 / width), .type = field.type});
+    conversion_request request = request_for(image);
+    request.packet_size = 300;
+    return request;
+}
+
+}  // namespace
+
+TEST(Packets, AreCutSoThatNoFieldIsSplit) {
+    const struct {
+        const char* what;
+        std::uint8_t width;
+        std::size_t length;
+        std::vector<field_at> fields;  // in bytes, at every width
+        std::vector<packet> packets;
+    } rows[] = {
+        {"no relocations", 8, 700, {}, {{300}, {300}, {100}}},
+        {"one byte", 8, 1, {}, {{1}}},
+        {"16-bit units", 16, 602, {}, {{300}, {300}, {2}}},
+        {"field at the end", 8, 304, {{296, byte4}}, {{300, {296}}, {4}}},
+        {"even cut", 8, 304, {{298, byte4}}, {{298}, {6, {0}}}},
+        {"odd cut goes one lower", 8, 304, {{297, byte4}}, {{296}, {8, {1}}}},
+        {"odd cut, field before it", 8, 304, {{287, byte1}, {297, byte4}}, {{296, {287}}, {8, {1}}}},
+        {"odd cut through a group", 8, 304, {{297, none}, {297, none}, {297, byte4}}, {{296}, {8, {1, 1, 1}}}},
+        {"odd cut behind a group",
+         8,
+         304,
+         {{287, none}, {287, byte1}, {297, none}, {297, byte4}},
+         {{296, {287, 287}}, {8, {1, 1}}}},
+        {"each cut splits the field before",
+         8,
+         304,
+         {{289, byte4}, {293, byte4}, {297, byte4}},
+         {{288}, {16, {1, 5, 9}}}},
+        {"even cut leaves the rest of its group", 8, 304, {{298, none}, {298, byte4}}, {{298, {298}}, {6, {0}}}},
+        {"24 bits", 8, 304, {{297, byte3}, {300, byte3}}, {{300, {297}}, {4, {0}}}},
+        {"64 bits", 8, 304, {{293, byte8}}, {{292}, {12, {1}}}},
+        {"16-bit units, cut", 16, 304, {{296, byte2}, {298, byte4}}, {{298, {148}}, {6, {0}}}},
+        {"32-bit units", 32, 304, {{296, byte4}, {300, byte4}}, {{300, {74}}, {4, {0}}}},
+        {"unknown types have no extent", 8, 304, {{299, 300}, {300, 0x6000}}, {{300, {299}}, {4, {0}}}},
+        {"not carried", 8, 304, {{1, 0x5000}, {298, 0x5001}, {299, 0x5002}, {300, byte4}}, {{300}, {4, {0}}}},
+    };
+    for (const auto& row : rows)
+        for (const std::uint32_t base : {0U, 0x1000U, 0x07FFFF00U, 0x80000000U, 0xFFFFF000U}) {
+            SCOPED_TRACE(row.what + std::string(" at ") + std::to_string(base));
+            const conversion_request request = section_with(row.width, base, row.length, row.fields);
+            expect_as_predicted(request);
+            EXPECT_EQ(support::convert(request).err, "");
+            EXPECT_EQ(packets_of(support::convert(request).module), row.packets);
+        }
+}
+
+TEST(Packets, OfTheDefaultSizeEndAtTheSameFields) {
+    for (const auto& [offset, cut] : {std::pair{1022, 1022U}, {1021, 1020U}, {1020, 1024U}}) {
+        conversion_request request = section_with(8, 0x2000, 2500, {{offset, byte4}});
+        request.packet_size = 1024;
+        expect_as_predicted(request);
+        EXPECT_EQ(packets_of(support::convert(request).module)[0].size, cut);
+    }
+}
+
+TEST(Packets, RelocationsThatLieOddAreToldOf) {
+    const std::string warning = "WARNING: Section .text: relocations out of order or outside its packets\n";
+    const struct {
+        const char* what;
+        std::vector<field_at> fields;
+        std::vector<packet> packets;
+    } rows[] = {
+        {"out of order", {{8, byte4}, {4, byte4}}, {{300, {8, 4}}, {4}}},
+        {"below the section", {{-4, byte4}}, {{300, {0xFFFFFFFC}}, {4}}},
+        {"behind the section", {{304, none}}, {{300}, {4}}},
+        {"far behind the section", {{0x10000, byte4}}, {{300}, {4}}},
+        {"back into an earlier packet", {{300, byte4}, {4, byte4}}, {{300}, {4, {0, 0xFFFFFED8}}}},
+        {"past the cut that a later one made", {{290, byte8}, {294, byte8}}, {{294, {290}}, {10, {0}}}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        const conversion_request request = section_with(8, 0x1000, 304, row.fields);
+        expect_as_predicted(request);
+        EXPECT_EQ(support::convert(request).err, warning);
+        EXPECT_EQ(packets_of(support::convert(request).module), row.packets);
+    }
+}
+
+TEST(Packets, ACutThatLeavesNothingEndsTheRun) {
+    const std::pair<coff_reloc, std::size_t> rows[] = {
+        {{.vaddr = 300, .type = byte8}, 304},
+        {{.vaddr = 301, .type = byte4}, 304},
+        {{.vaddr = 303, .type = byte2}, 304},  // cut to 2 bytes first, then to none
+        {{.vaddr = 0, .type = 0x400F, .descriptor = {{0, 1, 255, 0}}}, 30},
+        {{.vaddr = 0x80000000, .type = byte1}, 30},
+    };
+    for (const auto& [reloc, length] : rows) {
+        coff_image image;
+        image.sections = {{.contents = bytes(length), .relocs = {reloc}}};
+        conversion_request request = request_for(image);
+        request.packet_size = 300;
+        expect_as_predicted(request, ".text");
+    }
+}
+
+TEST(Packets, CarryEachKindOfRelocationAsItsTypeAsks) {
+    coff_image image = small_image();
+    const std::array<std::uint8_t, 4> field = {3, 12, 16, 0xEE};
+    const struct {
+        coff_reloc given;
+        bytes word;  // the symbol word as it lies in memory; the little-endian host's order of `symbol` when empty
+        std::uint32_t symbol;
+        unsigned disp;
+    } rows[] = {
+        {{.type = 17, .symndx = 2, .disp = 0xBEEF}, {}, 2, 0xBEEF},
+        {{.type = 17, .disp = 7}, {}, 0xFFFFFFFF, 7},
+        {{.type = 0x4000, .symndx = 99, .disp = 7}, {}, 99, 0},
+        {{.type = 0x400D, .disp = 7, .descriptor = field}, {3, 12, 16, 0}, 0, 0},
+        {{.type = 0x4010, .disp = 7, .descriptor = field}, {3, 12, 16, 0}, 0, 0},
+        {{.type = 0x4011, .symndx = 1, .disp = 7}, {}, 1, 7},
+        {{.type = 0x4012, .symndx = 0x80000001, .disp = 7}, {}, 0x80000001, 0},
+        {{.type = 0x4015, .symndx = 5}, {}, 5, 0},
+        {{.type = 0x4016, .disp = 7, .descriptor = field}, {3, 12, 16, 0}, 0, 0},
+        {{.type = 0xC011, .symndx = 0, .disp = 7}, {}, 0, 7},
+        {{.type = 0x6000, .symndx = 1, .disp = 7}, {}, 1, 0},
+    };
+    for (const support::byte_order order : {support::byte_order::little, support::byte_order::big})
+        for (const auto& row : rows) {
+            SCOPED_TRACE(testing::Message() << std::hex << "type 0x" << row.given.type);
+            image.order = order;
+            image.sections[0].relocs = {row.given};
+            image.sections[0].relocs[0].vaddr = 0x1000;
+            const conversion_request request = request_for(image);
+            expect_as_predicted(request);
+            const bytes module = support::convert(request).module;
+            const std::size_t reloc = module_word(module, 56 + module_word(module, 0) + 20) + 12 + 8;
+            if (row.word.empty())
+                EXPECT_EQ(module_word(module, reloc + 4), row.symbol);
+            else
+                EXPECT_EQ(bytes(module.begin() + static_cast<std::ptrdiff_t>(reloc) + 4,
+                                module.begin() + static_cast<std::ptrdiff_t>(reloc) + 8),
+                          row.word);
+            EXPECT_EQ(module_half(module, reloc + 8), row.disp);
+            EXPECT_EQ(module_half(module, reloc + 10), row.given.type);
+        }
+}

@@ -1,0 +1,209 @@
+// Inputs that cannot be converted, one fault each, and oddities next to them that must not be taken for faults.
+#include "cases/run_modforge.h"
+
+#include <filesystem>
+#include <functional>
+
+#include <gtest/gtest.h>
+
+using namespace cases;
+using support::built_image;
+using support::bytes;
+using support::coff_image;
+using support::conversion_request;
+using support::run_result;
+
+namespace {
+
+using image_change = std::function<void(coff_image&)>;
+using byte_change = std::function<void(built_image&)>;
+
+/// small_image() with a name in the string table, changed before and after it is built.
+conversion_request changed(const image_change& before, const byte_change& after = nullptr) {
+    coff_image image = small_image();
+    image.sections[0].lines = {{0x1000, 1}};
+    image.symbols.push_back(
+        {.name = "_long_name_of_a_function", .type = 0x20, .aux = {support::aux_function(0, 8, 0, 5)}});
+    if (before)
+        before(image);
+    built_image built = image.build();
+    if (after)
+        after(built);
+    return {.input = built.data};
+}
+
+void cut(built_image& built, std::size_t length) {
+    built.data.resize(length);
+}
+
+}  // namespace
+
+TEST(Refusals, EachFaultHasItsMessage) {
+    const struct {
+        const char* what;
+        std::string words;  // of the message, where they are the product's own
+        image_change before;
+        byte_change after = nullptr;
+        bool symbols_only_converts = false;
+    } rows[] = {
+        {"empty file", "", nullptr, [](auto& b) { cut(b, 0); }},
+        {"short file header", "", nullptr, [](auto& b) { cut(b, 21); }},
+        {"short section header", "", nullptr, [](auto& b) { cut(b, b.section_headers[1] + 47); }},
+        {"more sections than the file holds", "", [](auto& i) { i.nscns = 0xFFFF; }},
+        {"version 1", "", [](auto& i) { i.magic = 0x00C1; }},
+        {"version 2 in both halves", "", [](auto& i) { i.magic = 0xC2C2; }},
+        {"unknown target", "", [](auto& i) { i.target_id = 0x96; }},
+        {"no target", "", [](auto& i) { i.target_id = 0; }},
+        {"short symbol entry", "", nullptr, [](auto& b) { cut(b, b.symbols[2] + 17); }},
+        {"short auxiliary entry", "", nullptr, [](auto& b) { cut(b, b.symbols[3] + 18 + 17); }},
+        {"more symbols than the file holds", "", [](auto& i) { i.nsyms = 0x0FFFFFFF; }},
+        {"symbol pointer past the end", "", [](auto& i) { i.symptr = 0x7FFFFFFF; }},
+        {"no string table", "string table", nullptr, [](auto& b) { cut(b, b.string_table); }},
+        {"half a length word", "string table", nullptr, [](auto& b) { cut(b, b.string_table + 3); }},
+        {"short string table", "string table", nullptr, [](auto& b) { cut(b, b.data.size() - 1); }},
+        {"length word of 3", "string table", [](auto& i) { i.string_table_length = 3; }},
+        {"length word of 0", "string table", [](auto& i) { i.string_table_length = 0; }},
+        {"string without an end", "string table", [](auto& i) { i.string_table_length = 10; }},
+        {"name in the length word", "string table", [](auto& i) { i.symbols[0].name_offset = 3; }},
+        {"name at the table's end", "string table", [](auto& i) { i.symbols[0].name_offset = 29; }},
+        {"name far away", "string table", [](auto& i) { i.sections[1].name_offset = 0xFFFFFFFF; }},
+        {"relocations past the end", "relocation", [](auto& i) { i.sections[0].relptr = 0x7FFFFFF0; }},
+        {"too many relocations", "relocation", [](auto& i) { i.sections[1].nreloc = 0x15555556; }},
+        {"relocations of a dummy section", "relocation",
+         [](auto& i) { i.sections[1].flags = 1, i.sections[1].nreloc = 1000; }},
+        {"relocation to no such symbol", "", [](auto& i) { i.sections[0].relocs[0].symndx = 5; }},
+        {"relocation to an auxiliary entry", "", [](auto& i) { i.sections[0].relocs[0].symndx = 4; }, nullptr, true},
+        {"relocation to a dropped class", "", [](auto& i) { i.symbols[2].sclass = 8; }, nullptr, true},
+        {"symbol in no such section", "", [](auto& i) { i.symbols[1].scnum = 3; }},
+        {"start in no such section", "_DLStart",
+         [](auto& i) { i.symbols[0] = {.name = "__DLStart", .scnum = 9, .sclass = 8}; }, nullptr, true},
+        {"start undefined", "", [](auto& i) { i.symbols[0] = {.name = "__DLStart", .scnum = 0}; }, nullptr, true},
+        {"contents past the end", ".data", [](auto& i) { i.sections[1].scnptr = 0x01000000; }, nullptr, true},
+        {"contents too long", ".data", [](auto& i) { i.sections[1].size = 4000; }, nullptr, true},
+        {"contents of 2 GiB", ".data", [](auto& i) { i.sections[1].size = 0x80000000; }, nullptr, true},
+        {"byte size that wraps", ".data", [](auto& i) { i.sections[1].mwidth = 32, i.sections[1].size = 0x40000001; },
+         nullptr, true},
+        {"units of 12 bits", ".data", [](auto& i) { i.sections[1].mwidth = 12; }, nullptr, true},
+        {"units of 64 bits", ".data", [](auto& i) { i.sections[1].mwidth = 64; }, nullptr, true},
+        {"name of 65,535 characters", "", [](auto& i) { i.symbols[0].name = std::string(65535, 'n'); }},
+    };
+    for (const auto& row : rows)
+        for (const support::byte_order order : {support::byte_order::little, support::byte_order::big}) {
+            SCOPED_TRACE(row.what);
+            const auto in_order = [&](coff_image& image) {
+                image.order = order;
+                if (row.before)
+                    row.before(image);
+            };
+            conversion_request request = changed(in_order, row.after);
+            EXPECT_EQ(support::convert(request).status, 1);
+            expect_as_predicted(request, row.words);
+            request.symbols_only = true;
+            EXPECT_EQ(support::convert(request).status, row.symbols_only_converts ? 0 : 1);
+            expect_as_predicted(request, row.words);
+        }
+}
+
+TEST(Refusals, OdditiesThatConvert) {
+    const std::pair<const char*, image_change> rows[] = {
+        {"pointers beside zero counts",
+         [](auto& i) {
+             i.sections[1].contents.clear();
+             i.sections[1].scnptr = i.sections[1].relptr = i.sections[1].lnnoptr = 0xFFFFFFFF;
+         }},
+        {"line numbers that the file lacks", [](auto& i) { i.sections[0].nlnno = 0xFFFFFFFF; }},
+        {"symbol pointer beside no symbols",
+         [](auto& i) {
+             i.symbols.clear(), i.sections[0].relocs.clear(), i.symptr = 0xFFFFFFFF, i.string_table = false;
+         }},
+        {"no sections, no symbols", [](auto& i) { i.sections.clear(), i.symbols.clear(), i.target_id = 0x1234; }},
+        {"no string table and no need of one", [](auto& i) { i.symbols.pop_back(), i.string_table = false; }},
+        {"a broken string table and no need of it", [](auto& i) { i.symbols.pop_back(), i.string_table_length = 1; }},
+        {"eight zero bytes are the empty name",
+         [](auto& i) { i.symbols.pop_back(), i.symbols[0].name = i.sections[0].name = "", i.string_table = false; }},
+        {"names of eight characters", [](auto& i) { i.symbols[0].name = i.sections[0].name = "12345678"; }},
+        {"a short name in the string table", [](auto& i) { i.symbols[0].long_name = true; }},
+        {"the longest name", [](auto& i) { i.symbols[0].name = std::string(65534, 'n'); }},
+        {"a count of two auxiliary entries is misread",
+         [](auto& i) {
+             i.symbols[0].aux = {support::aux_other(0, 0), {.text = "_misread"}}, i.sections[0].relocs[0].symndx = 4;
+         }},
+        {"a negative count of auxiliary entries", [](auto& i) { i.symbols[0].naux = 0x80; }},
+        {"the last symbol's auxiliary entry lies behind the table",
+         [](auto& i) {
+             i.symbols[2].naux = 1, i.nsyms = 3;
+             i.symbols[3].name = "x";
+             i.sections[0].relocs.clear();
+         }},
+        {"a function without an auxiliary entry", [](auto& i) { i.symbols[0].type = 0x20; }},
+        {"a function in no such section that nobody keeps",
+         [](auto& i) { i.symbols[1] = {.name = "_f", .scnum = 77, .sclass = 1, .type = 0x20}; }},
+        {"an odd width nobody needs",
+         [](auto& i) { i.sections[1].mwidth = 12, i.sections[1].flags = 2, i.sections[1].scnptr = 0xFFFFFF00; }},
+        {"dropped contents that the file lacks",
+         [](auto& i) { i.sections[1].flags = 1, i.sections[1].scnptr = 0xFFFFFF00; }},
+        {"uninitialised, huge, with a pointer",
+         [](auto& i) { i.sections[1].flags = 0x80, i.sections[1].size = 0xFFFFFFFF; }},
+        {"class 0 and a negative class", [](auto& i) { i.symbols[0].sclass = 0, i.symbols[1].sclass = 0xFF; }},
+    };
+    for (const auto& [what, before] : rows)
+        for (const bool symbols_only : {false, true}) {
+            SCOPED_TRACE(what);
+            conversion_request request = changed(before);
+            request.symbols_only = symbols_only;
+            EXPECT_EQ(support::convert(request).status, 0);
+            expect_as_predicted(request);
+        }
+}
+
+// Tables that overlap would let a small file ask for any amount of memory.
+TEST(Refusals, OverlappingTablesAreBounded) {
+    coff_image relocs, contents;
+    relocs.sections.assign(100, {.name = "s", .size = 0, .relptr = 0, .nreloc = 20000});
+    relocs.sections[0].contents = bytes(240000);
+    contents.sections.assign(100, {.name = "s", .size = 300000, .scnptr = 4});
+    contents.sections[0].contents = bytes(300000);
+    expect_as_predicted(request_for(relocs), "relocation");
+    expect_as_predicted(request_for(contents), "contents");
+}
+
+TEST(Refusals, CountsThatTheModuleCannotHold) {
+    coff_image image;
+    image.symbols.assign(65535, {.name = "_s", .scnum = -1});
+    expect_as_predicted(request_for(image));
+    image.symbols.push_back(image.symbols[0]);
+    expect_as_predicted(request_for(image), "65535");
+    image.symbols.clear();
+    image.sections.assign(32767, {.name = "s", .size = 1});
+    expect_as_predicted(request_for(image));
+    image.sections.push_back(image.sections[0]);
+    expect_as_predicted(request_for(image), "32767");
+}
+
+TEST(Refusals, FilesThatAreTooLongOrCannotBeSoughtIn) {
+    const workshop shop;
+    shop.write("long.out", small_image().data());
+    std::filesystem::resize_file(shop.path("long.out"), 1ULL << 31);
+    ASSERT_EQ(support::run_program({"/usr/bin/mkfifo", shop.path("pipe")}).status, 0);
+    for (const std::string name : {"long.out", "/dev/stdin", "."}) {
+        const run_result run = shop.run({"-o=out.bin", name});
+        EXPECT_EQ(run.status, 1) << name;
+        EXPECT_NE(run.err, "") << name;
+        EXPECT_EQ(run.out, banner);
+        EXPECT_FALSE(shop.has("out.bin"));
+    }
+}
+
+#ifndef MODFORGE_SANITIZED  // sanitizers take all the address space there is
+TEST(Refusals, MemoryThatCannotBeHadIsNamed) {
+    const workshop shop;
+    coff_image image;
+    image.sections = {{.size = 300 << 20, .scnptr = 4}};
+    shop.write("app.out", image.data());
+    std::filesystem::resize_file(shop.path("app.out"), 301 << 20);
+    const run_result run = shop.run({"-o=out.bin", "app.out"}, {.megabytes = 200});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(run.err.starts_with("ERROR: Unable to allocate storage for ")) << run.err;
+    EXPECT_FALSE(shop.has("out.bin"));
+}
+#endif
