@@ -1,56 +1,13 @@
 #include "containers/slist.h"
 
 #include <utility>
-#include <vector>
 
+#include "containers/table_sort.h"
 #include "msg/user_msg.h"
 
 namespace {
 
 constexpr const char* no_compare_function = "Use set_cmp_func to specify compare function";
-
-/// Part of a table that is still to be sorted.
-struct table_part {
-    SLIST::NODE** first;
-    std::uint32_t size;
-};
-
-/// Sorted this way, a table has no equal items: any algorithm would leave it as it is.
-bool strictly_ascending(const table_part& part, SLIST::compare_function cmp) {
-    for (std::uint32_t k = 1; k < part.size; ++k) {
-        if (cmp(part.first[k - 1]->data, part.first[k]->data) >= 0)
-            return false;
-    }
-    return true;
-}
-
-/// Where the two sides of a divided part end and begin: the left one is [0, j], the right one [i, size). They share an
-/// entry if both searches arrive at it after a swap.
-struct division {
-    std::uint32_t i;
-    std::uint32_t j;
-};
-
-/// Divides a part of at least two entries around the item of its middle one. The bounds in the searches only hold back
-/// a compare function that contradicts itself; otherwise the pivot, or what was swapped for it, ends them.
-division divide(const table_part& part, SLIST::compare_function cmp) {
-    SLIST::NODE** const table = part.first;
-    const void* const pivot = table[part.size / 2]->data;
-    std::uint32_t i = 0;
-    std::uint32_t j = part.size - 1;
-    while (i < j) {
-        while (i < part.size - 1 && cmp(table[i]->data, pivot) < 0)
-            ++i;
-        while (j > 0 && cmp(table[j]->data, pivot) > 0)
-            --j;
-        if (i == j)
-            return {i + 1, j - 1};
-        if (i > j)
-            break;
-        std::swap(table[i++], table[j--]);
-    }
-    return {i, j};
-}
 
 }  // namespace
 
@@ -192,20 +149,8 @@ void SLIST::clear_sorted_table() {
 void SLIST::qsort(NODE** table, unsigned int n) {
     if (!cmp_func_)
         UMSG.die("SLIST::qsort", "%s", no_compare_function);
-    if (!table || n < 2 || strictly_ascending({table, n}, cmp_func_))
-        return;
-    // The order of equal items is part of the result, and the two sides of a division can share an entry: so the whole
-    // left side comes before the right one. The stack lies on the heap, where a bad choice of pivots does no harm.
-    std::vector<table_part> pending = {{table, n}};
-    while (!pending.empty()) {
-        const table_part part = pending.back();
-        pending.pop_back();
-        const division sides = divide(part, cmp_func_);
-        if (sides.i + 1 < part.size)
-            pending.push_back({part.first + sides.i, part.size - sides.i});
-        if (sides.j + 1 >= 2)  // an index of -1 is no entries
-            pending.push_back({part.first, sides.j + 1});
-    }
+    if (table)
+        sort_table(table, n, cmp_func_);
 }
 
 SLIST::NODE* SLIST::begin() const {

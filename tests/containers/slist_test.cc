@@ -130,12 +130,21 @@ TEST(Slist, EqualItemsKeepTheOrderOfTheDocumentedQuicksort) {
     }
 }
 
-TEST(Slist, LargeTablesOfEveryShapeAreSortedCheaply) {
-    const int n = 60'000;
+TEST(Slist, TablesOfEveryShapeAreSortedCheaply) {
+    const int n = 12'000;
+    std::mt19937 random(5);
     const std::function<int(int)> shapes[] = {
-        [](int k) { return k; },     [&](int k) { return n - k; }, [](int) { return 5; },
-        [](int k) { return k / 2; }, [](int k) { return k % 2; },
-
+        [](int k) { return k; },
+        [&](int k) { return n - k; },
+        [](int) { return 5; },
+        [](int k) { return k / 2; },
+        [](int k) { return k % 2; },
+        [&](int) { return static_cast<int>(random() % 1000); },
+        // From here on the middle is a bad choice: n * n / 4 comparisons if each is made.
+        [&](int k) { return std::min(k, n - 1 - k); },
+        [&](int k) { return std::min(k, n - k) / 2; },
+        [&](int k) { return std::abs(k - n / 2) / 3; },
+        [&](int k) { return k % 100 == 7 ? 50 : std::min(k, n - k); },
     };
     for (const auto& shape : shapes) {
         std::vector<int> keys;
@@ -143,7 +152,7 @@ TEST(Slist, LargeTablesOfEveryShapeAreSortedCheaply) {
             keys.push_back(shape(k));
         comparisons = 0;
         expect_sorted_like_reference(keys);
-        EXPECT_LT(comparisons, 60L * n) << "shape " << &shape - shapes;  // n * log2(n) is 16 n
+        EXPECT_LT(comparisons, 80L * n) << "shape " << &shape - shapes;  // n * log2(n) is 13.6 n
     }
 }
 
