@@ -1,0 +1,210 @@
+// Reading a COFF file: opening, headers, and the order in which the rest is read.
+#include "coff/coff_file.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+#include "msg/end_run.h"
+#include "msg/user_msg.h"
+
+namespace {
+
+constexpr std::int32_t string_hash_buckets = 521;
+constexpr std::uint16_t most_sections = std::numeric_limits<std::int16_t>::max();
+
+}  // namespace
+
+COFF_FILE::COFF_FILE(bool any_target) {
+    base_constructor(any_target);
+}
+
+COFF_FILE::COFF_FILE(std::FILE* fp, bool any_target) {
+    base_constructor(any_target);
+    fp_ = fp;
+}
+
+COFF_FILE::~COFF_FILE() {
+    close_input();
+}
+
+void COFF_FILE::base_constructor(bool any_target) {
+    any_target_ = any_target;
+    string_hash_ = std::make_unique<SHASH>(SHASH::str_hash, SHASH::str_cmp, string_hash_buckets);
+}
+
+void COFF_FILE::close_input() {
+    if (own_fp_)
+        std::fclose(fp_);
+    fp_ = nullptr;
+    own_fp_ = false;
+}
+
+COFF_FILE* COFF_FILE::coff_init(std::FILE* fp, bool any_target) {
+    auto file = std::make_unique<COFF_FILE>(fp, any_target);
+    return file->read_headers() ? file.release() : nullptr;
+}
+
+int COFF_FILE::read(const char* path, bool flag) {
+    file_name_ = std::make_unique<std::string>(path);
+    std::FILE* const fp = std::fopen(path, "rb");
+    if (!fp) {
+        UMSG.message(USER_MSG::ERROR, "Cannot open input file '%s': %s", path, std::strerror(errno));
+        return -1;
+    }
+    close_input();
+    fp_ = fp;
+    own_fp_ = true;
+    return read(fp, flag);
+}
+
+int COFF_FILE::read(std::FILE* fp, bool) {
+    if (!set_file_length(fp))
+        return -1;
+    if (fp != fp_)
+        close_input();
+    fp_ = fp;
+    if (!read_headers()) {
+        UMSG.message(USER_MSG::ERROR, "Failed to read file and/or section headers");
+        return -1;
+    }
+    symtab_.read(this);
+    if (!check_relocs())
+        return -1;
+    for (const auto& section : sections_) {
+        if (!section->read_scn())
+            return -1;
+        section->set_scnum(next_scnum_++);
+    }
+    return 0;
+}
+
+bool COFF_FILE::set_file_length(std::FILE* fp) {
+    const long position = std::ftell(fp);
+    if (position < 0 || std::fseek(fp, 0, SEEK_END) != 0) {
+        UMSG.message(USER_MSG::ERROR, "%s: cannot be read in any order: %s", label(), std::strerror(errno));
+        return false;
+    }
+    const long length = std::ftell(fp);
+    std::fseek(fp, 0, SEEK_SET);
+    // Opening and measuring a directory succeeds; the first read does not.
+    errno = 0;
+    if (std::fgetc(fp) == EOF && std::ferror(fp)) {
+        UMSG.message(USER_MSG::ERROR, "%s: cannot be read: %s", label(), std::strerror(errno));
+        return false;
+    }
+    std::fseek(fp, position, SEEK_SET);
+    if (length < 0 || length > std::numeric_limits<std::int32_t>::max()) {
+        UMSG.message(USER_MSG::ERROR, "%s: too long: a file may have %d bytes", label(),
+                     std::numeric_limits<std::int32_t>::max());
+        return false;
+    }
+    file_length_ = static_cast<std::int32_t>(length);
+    return true;
+}
+
+bool COFF_FILE::holds(std::int64_t position, std::uint64_t size) const {
+    return position >= 0 && position <= file_length_ && size <= static_cast<std::uint64_t>(file_length_ - position);
+}
+
+bool COFF_FILE::read_at(std::int64_t position, void* buffer, std::size_t size) {
+    if (size == 0)
+        return true;
+    const long before = std::ftell(fp_);
+    const bool complete =
+        std::fseek(fp_, static_cast<long>(position), SEEK_SET) == 0 && std::fread(buffer, 1, size, fp_) == size;
+    std::fseek(fp_, before, SEEK_SET);
+    return complete;
+}
+
+bool COFF_FILE::read_headers() {
+    if (!fp_)
+        UMSG.die("COFF_FILE::read_headers", "missing input file");
+    if (file_length_ < 0 && !set_file_length(fp_))
+        return false;
+    file_start_ = static_cast<std::int32_t>(std::ftell(fp_));
+    if (!read_file_hdr())
+        return false;
+    if (file_hdr_.fh_nscns > most_sections) {
+        UMSG.message(USER_MSG::ERROR, "%s: %u sections: a file may have %u", label(), file_hdr_.fh_nscns,
+                     most_sections);
+        return false;
+    }
+    sections_.clear();
+    sections_.reserve(file_hdr_.fh_nscns);
+    for (int index = 0; index < file_hdr_.fh_nscns; ++index) {
+        if (!read_section_hdr(index))
+            return false;
+    }
+    return true;
+}
+
+bool COFF_FILE::read_file_hdr() {
+    if (std::fseek(fp_, file_start_, SEEK_SET) != 0 || std::fread(&file_hdr_, sizeof file_hdr_, 1, fp_) != 1)
+        return false;
+    byte_swapped_ = file_hdr_.fh_magic == swapped(coff_version_2);
+    if (!byte_swapped_ && file_hdr_.fh_magic != coff_version_2) {
+        UMSG.fatal_err("this application only supports COFF version 2");
+        end_run(EXIT_FAILURE);
+    }
+    if (byte_swapped_)
+        swap_record(file_hdr_);
+    if (!any_target_ && file_hdr_.fh_target_id != 0) {
+        // The question marks are part of the message.
+        UMSG.fatal_err("%s is not a valid ??? COFF file", label());
+        end_run(EXIT_FAILURE);
+    }
+    big_endian_ = (file_hdr_.fh_flags & f_big) != 0;
+    strtab_position_ = std::int64_t{file_start_} + file_hdr_.fh_symptr +
+                       std::int64_t{file_hdr_.fh_nsyms} * std::int64_t{sizeof(syment)};
+    opt_hdr_ = opthdr{};
+    // On purpose a header of any other size is neither read nor skipped.
+    if (file_hdr_.fh_opthdr == sizeof opt_hdr_) {
+        unsigned char bytes[sizeof opt_hdr_] = {};  // what a short file does not hold stays zero
+        (void)!std::fread(bytes, 1, sizeof bytes, fp_);
+        std::memcpy(&opt_hdr_, bytes, sizeof opt_hdr_);
+        if (byte_swapped_)
+            swap_record(opt_hdr_);
+    }
+    return true;
+}
+
+bool COFF_FILE::read_section_hdr(int index) {
+    scnhdr header;
+    if (std::fread(&header, sizeof header, 1, fp_) != 1)
+        return false;
+    if (byte_swapped_)
+        swap_record(header);
+    if (index < 0 || index >= file_hdr_.fh_nscns)
+        UMSG.die("COFF_FILE::read_section_hdr", "there is no section header %d", index);
+    if (sections_.size() <= static_cast<std::size_t>(index))
+        sections_.resize(static_cast<std::size_t>(index) + 1);
+    auto& section = sections_[static_cast<std::size_t>(index)];
+    section = std::make_unique<COFF_SECTION>(this);
+    section->init_section(&header);
+    return true;
+}
+
+/// Tables may overlap, so a small file could ask for gigabytes of relocations: their sum has to be in proportion.
+bool COFF_FILE::check_relocs() const {
+    std::uint64_t total = 0;
+    for (const auto& section : sections_) {
+        if (!section->relocs_in_file())
+            return false;
+        total += std::uint64_t{section->sh_nreloc()} * sizeof(reloc);
+    }
+    if (total <= std::uint64_t{16} * static_cast<std::uint32_t>(file_length_) + (std::uint64_t{16} << 20))
+        return true;
+    UMSG.message(USER_MSG::ERROR, "%s: %llu bytes of relocations in a file of %d bytes", label(),
+                 static_cast<unsigned long long>(total), file_length_);
+    return false;
+}
+
+std::uint16_t COFF_FILE::swap2(std::uint16_t* value) {
+    return *value = swapped(*value);
+}
+
+std::uint32_t COFF_FILE::swap4(std::uint32_t* value) {
+    return *value = swapped(*value);
+}

@@ -1,0 +1,101 @@
+// Which fields of a record have a byte order.
+#include "coff/coff_records.h"
+
+#include <initializer_list>
+
+namespace {
+
+void swap_name_offset(char (&name)[8]) {
+    if (name_is_offset(name))
+        set_name_offset(name, swapped(name_offset(name)));
+}
+
+std::int16_t swapped_signed(std::int16_t value) {
+    return static_cast<std::int16_t>(swapped(static_cast<std::uint16_t>(value)));
+}
+
+/// The numbers of an auxiliary entry, by their offsets.
+void swap_numbers(auxent& entry, std::initializer_list<std::size_t> words, std::initializer_list<std::size_t> halves) {
+    for (const std::size_t offset : words)
+        entry.set_word(offset, swapped(entry.word(offset)));
+    for (const std::size_t offset : halves)
+        entry.set_half(offset, swapped(entry.half(offset)));
+}
+
+}  // namespace
+
+void swap_record(filehdr& header) {
+    header.fh_magic = swapped(header.fh_magic);
+    header.fh_nscns = swapped(header.fh_nscns);
+    header.fh_timdat = swapped(header.fh_timdat);
+    header.fh_symptr = swapped(header.fh_symptr);
+    header.fh_nsyms = swapped(header.fh_nsyms);
+    header.fh_opthdr = swapped(header.fh_opthdr);
+    header.fh_flags = swapped(header.fh_flags);
+    header.fh_target_id = swapped(header.fh_target_id);
+}
+
+void swap_record(opthdr& header) {
+    header.ofh_magic = swapped_signed(header.ofh_magic);
+    header.ofh_vstamp = swapped_signed(header.ofh_vstamp);
+    for (std::uint32_t opthdr::*field : {&opthdr::ofh_tsize, &opthdr::ofh_dsize, &opthdr::ofh_bsize,
+                                         &opthdr::ofh_entrypt, &opthdr::ofh_text_start, &opthdr::ofh_data_start})
+        header.*field = swapped(header.*field);
+}
+
+void swap_record(scnhdr& header) {
+    swap_name_offset(header.s_name);
+    for (std::uint32_t scnhdr::*field :
+         {&scnhdr::s_paddr, &scnhdr::s_vaddr, &scnhdr::s_size, &scnhdr::s_scnptr, &scnhdr::s_relptr, &scnhdr::s_lnnoptr,
+          &scnhdr::s_nreloc, &scnhdr::s_nlnno, &scnhdr::s_flags})
+        header.*field = swapped(header.*field);
+    header.s_page = swapped(header.s_page);
+}
+
+void swap_record(reloc& entry) {
+    entry.r_vaddr = swapped(entry.r_vaddr);
+    entry.r_type = swapped(entry.r_type);
+    // The type decides, so it must be in host order at this point: swap_record of a host-order record is not the way
+    // back for it, and nothing is ever written in another order than the host's.
+    if (is_field_reloc(entry.r_type))
+        return;
+    entry.r_symndx = swapped(entry.r_symndx);
+    // On purpose the word stays as it lies in the file for types that have no displacement.
+    if (has_displacement(entry.r_type))
+        entry.r_disp = swapped(entry.r_disp);
+}
+
+void swap_record(lineno& entry) {
+    entry.l_addr = swapped(entry.l_addr);
+    entry.l_lnno = swapped(entry.l_lnno);
+}
+
+void swap_record(syment& entry) {
+    swap_name_offset(entry.n_name);
+    entry.n_value = static_cast<std::int32_t>(swapped(static_cast<std::uint32_t>(entry.n_value)));
+    entry.n_scnum = swapped_signed(entry.n_scnum);
+    entry.n_type = swapped(entry.n_type);
+}
+
+void swap_record(auxent& entry, aux_form form) {
+    switch (form) {
+    case aux_form::file:
+        return;
+    case aux_form::block:
+    case aux_form::function_mark:
+        return swap_numbers(entry, {12}, {4});
+    case aux_form::begin_function:
+        return swap_numbers(entry, {0, 8, 12}, {4, 6});
+    case aux_form::tag:
+        return swap_numbers(entry, {4, 12}, {});
+    case aux_form::function:
+        return swap_numbers(entry, {0, 4, 8, 12}, {});
+    case aux_form::array:
+        return swap_numbers(entry, {0, 4}, {8, 10, 12, 14});
+    case aux_form::section:
+        return swap_numbers(entry, {0}, {4, 6});
+    case aux_form::end_of_struct:
+    case aux_form::other:
+        return swap_numbers(entry, {0, 4}, {});
+    }
+}

@@ -1,0 +1,185 @@
+// Reading a section, its accessors and its contents in memory.
+#include "coff/coff_section.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include "coff/coff_file.h"
+#include "coff/target_width.h"
+#include "msg/end_run.h"
+#include "msg/user_msg.h"
+
+namespace {
+
+constexpr std::uint64_t largest_size = std::numeric_limits<std::int32_t>::max();
+
+}  // namespace
+
+COFF_SECTION::COFF_SECTION() {
+    relocs_.set_cmp_func(reloc_cmp);
+}
+
+COFF_SECTION::COFF_SECTION(COFF_FILE* file) : COFF_SECTION() {
+    file_ = file;
+    width_ = get_trg_mem_width(file->fh_target_id());
+}
+
+COFF_SECTION::~COFF_SECTION() = default;
+
+void COFF_SECTION::init_section(const scnhdr* header) {
+    header_ = *header;
+    if (header_.s_mwidth)
+        width_ = header_.s_mwidth;
+    if (name_is_offset(header_.s_name) && file_) {
+        // A view, not a copy: many headers may share one very long string.
+        name_ = file_->long_name(name_offset(header_.s_name));
+        return;
+    }
+    own_name_.assign(header_.s_name, strnlen(header_.s_name, sizeof header_.s_name));
+    name_ = own_name_.c_str();
+}
+
+bool COFF_SECTION::read_scn() {
+    if (!file_ || !file_->stream())
+        UMSG.die("COFF_SECTION::read_scn", "missing input file");
+    raw_data_.reset();
+    raw_size_ = cursor_ = 0;
+    lnnos_.reset();
+    if (!relocs_in_file())
+        return false;
+    const std::uint32_t count = header_.s_nreloc;  // add_reloc() counts them again
+    clear_relocs();
+    decode_relocs(count);
+    return true;
+}
+
+bool COFF_SECTION::relocs_in_file() const {
+    const std::uint64_t size = std::uint64_t{header_.s_nreloc} * sizeof(reloc);
+    if (size == 0 || file_->holds(std::int64_t{file_->image_start()} + header_.s_relptr, size))
+        return true;
+    UMSG.message(USER_MSG::ERROR, "%s: %u relocations of section %s at offset %u run past the end of the file",
+                 file_->label(), header_.s_nreloc, name(), header_.s_relptr);
+    return false;
+}
+
+/// Takes the relocations from the file in a few large bites.
+void COFF_SECTION::decode_relocs(std::uint32_t count) {
+    constexpr std::uint32_t bite = 65536;
+    std::vector<reloc> entries(count < bite ? count : bite);
+    std::int64_t position = std::int64_t{file_->image_start()} + header_.s_relptr;
+    while (count > 0) {
+        const std::uint32_t now = count < bite ? count : bite;
+        if (!file_->read_at(position, entries.data(), now * sizeof(reloc))) {
+            UMSG.fatal_err("%s: cannot read the relocations of section %s", file_->label(), name());
+            end_run(EXIT_FAILURE);
+        }
+        for (std::uint32_t k = 0; k < now; ++k) {
+            if (file_->byte_swapped())
+                swap_record(entries[k]);
+            COFF_SECTION::add_reloc(&entries[k]);
+        }
+        position += std::int64_t{now} * std::int64_t{sizeof(reloc)};
+        count -= now;
+    }
+}
+
+bool COFF_SECTION::has_contents() const {
+    return raw_data_ || (header_.s_scnptr != 0 && byte_size() != 0 && !is_bss());
+}
+
+bool COFF_SECTION::contents_in_file() const {
+    if (raw_data_ || !has_contents())
+        return true;
+    return file_ && file_->stream() && byte_size() <= largest_size &&
+           file_->holds(std::int64_t{file_->image_start()} + header_.s_scnptr, byte_size());
+}
+
+void COFF_SECTION::read_raw_data() {
+    if (written_)
+        UMSG.die("COFF_SECTION::read_raw_data", "Cannot read or modify raw data once it is written to a file");
+    if (raw_data_ || !has_contents())
+        return;
+    if (!file_ || !file_->stream())
+        UMSG.die("COFF_SECTION::read_raw_data", "missing input file");
+    if (!contents_in_file()) {
+        UMSG.fatal_err("%s: %llu bytes of section %s at offset %u run past the end of the file", file_->label(),
+                       static_cast<unsigned long long>(byte_size()), name(), header_.s_scnptr);
+        end_run(EXIT_FAILURE);
+    }
+    const std::uint32_t size = size_in_bytes();
+    std::unique_ptr<unsigned char[]> contents(new unsigned char[size]);
+    if (!file_->read_at(std::int64_t{file_->image_start()} + header_.s_scnptr, contents.get(), size)) {
+        UMSG.fatal_err("%s: cannot read the contents of section %s", file_->label(), name());
+        end_run(EXIT_FAILURE);
+    }
+    raw_data_ = std::move(contents);
+    raw_size_ = size;
+    cursor_ = 0;
+}
+
+unsigned char* COFF_SECTION::raw_data() {
+    read_raw_data();
+    return raw_data_.get();
+}
+
+void COFF_SECTION::alloc_raw_data(std::uint32_t size) {
+    const std::uint32_t bytes_per_unit = width_ >> 3U;
+    if (bytes_per_unit == 0 || size > largest_size)
+        UMSG.die("COFF_SECTION::alloc_raw_data", "%s: cannot hold %u bytes in units of %u bits", name(), size, width_);
+    lnnos_.reset();
+    clear_relocs();
+    raw_data_ = std::make_unique<unsigned char[]>(size);
+    raw_size_ = size;
+    cursor_ = 0;
+    header_.s_size = size / bytes_per_unit;
+    header_.s_nreloc = header_.s_nlnno = 0;
+}
+
+void COFF_SECTION::read_data_image(const char* path) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> image(std::fopen(path, "rb"), std::fclose);
+    if (!image) {
+        UMSG.message(USER_MSG::ERROR, "Cannot open input file '%s': %s", path, std::strerror(errno));
+        return;
+    }
+    std::fseek(image.get(), 0, SEEK_END);
+    const long length = std::ftell(image.get());
+    std::rewind(image.get());
+    if (length < 0 || static_cast<std::uint64_t>(length) > largest_size) {
+        UMSG.message(USER_MSG::ERROR, "Cannot take input file '%s': its size is not known or above %u bytes", path,
+                     static_cast<unsigned>(largest_size));
+        return;
+    }
+    set_mwidth(8);
+    add_flag(s_copy);
+    alloc_raw_data(static_cast<std::uint32_t>(length));
+    if (std::fread(raw_data_.get(), 1, raw_size_, image.get()) != raw_size_)
+        UMSG.message(USER_MSG::ERROR, "Cannot read input file '%s'", path);
+}
+
+bool COFF_SECTION::is_big_e() const {
+    if (!file_)
+        UMSG.die("COFF_SECTION::is_big_e", "%s: the section belongs to no file", name());
+    return file_->is_big_e();
+}
+
+void COFF_SECTION::set_name(const char* name) {
+    own_name_ = name;
+    name_ = own_name_.c_str();
+}
+
+std::uint32_t COFF_SECTION::symndx() {
+    if (symndx_)
+        return symndx_;
+    if (!file_)
+        UMSG.die("COFF_SECTION::symndx", "%s: the section belongs to no file", name());
+    COFF_SYMBOL_TABLE* const table = file_->symbol_table();
+    for (const COFF_SYMBOL* symbol : items<COFF_SYMBOL>(table->symbols())) {
+        if (symbol->is_section_sym() && static_cast<std::uint16_t>(symbol->scnum()) == scnum_ &&
+            static_cast<std::uint32_t>(symbol->value()) == header_.s_vaddr)
+            return symndx_ = symbol->coff_index();
+    }
+    return symndx_ = table->add_section_symbol(this);
+}

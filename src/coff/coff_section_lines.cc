@@ -1,0 +1,87 @@
+// The line numbers of a section and what they tell about the source.
+#include <cstdlib>
+#include <vector>
+
+#include "coff/coff_file.h"
+#include "coff/coff_section.h"
+#include "msg/end_run.h"
+#include "msg/user_msg.h"
+
+bool COFF_SECTION::lnnos_in_file() const {
+    if (lnnos_ || header_.s_nlnno == 0)
+        return true;
+    return file_ && file_->stream() &&
+           file_->holds(std::int64_t{file_->image_start()} + header_.s_lnnoptr,
+                        std::uint64_t{header_.s_nlnno} * sizeof(lineno));
+}
+
+void COFF_SECTION::read_lnnos() {
+    if (lnnos_ || header_.s_nlnno == 0)
+        return;
+    if (!file_ || !file_->stream())
+        UMSG.die("COFF_SECTION::read_lnnos", "missing input file");
+    const std::uint32_t count = header_.s_nlnno;
+    // In the file first, in memory afterwards: the count may be any number.
+    const bool there = lnnos_in_file();
+    std::vector<lineno> entries(there ? count : 0);
+    if (!there || !file_->read_at(std::int64_t{file_->image_start()} + header_.s_lnnoptr, entries.data(),
+                                  count * sizeof(lineno))) {
+        UMSG.fatal_err("%s: %u line numbers of section %s at offset %u run past the end of the file", file_->label(),
+                       count, name(), header_.s_lnnoptr);
+        end_run(EXIT_FAILURE);
+    }
+    lnnos_ = std::make_unique<lineno_slot[]>(count);
+    for (std::uint32_t k = 0; k < count; ++k) {
+        if (file_->byte_swapped())
+            swap_record(entries[k]);
+        lnnos_[k].entry = entries[k];
+    }
+}
+
+void COFF_SECTION::clear_lnnos() {
+    lnnos_.reset();
+    header_.s_lnnoptr = header_.s_nlnno = 0;
+}
+
+const lineno_slot* COFF_SECTION::lnno(std::uint32_t index) {
+    if (index >= header_.s_nlnno)
+        return nullptr;
+    read_lnnos();
+    return &lnnos_[index];
+}
+
+void COFF_SECTION::lnno_list(SLIST* list, std::uint32_t lnnoptr, std::uint32_t count) {
+    if (lnnoptr == 0 || header_.s_nlnno == 0)
+        return;
+    const std::int64_t first = (std::int64_t{lnnoptr} - header_.s_lnnoptr) / std::int64_t{sizeof(lineno)};
+    if (lnnoptr < header_.s_lnnoptr || first >= header_.s_nlnno)
+        UMSG.die("COFF_SECTION::lnno_list", "%s: no line number at file offset %u", name(), lnnoptr);
+    read_lnnos();
+    const std::int64_t end = first + count + 1;  // one more: the function's own entry stands before its lines
+    for (std::int64_t k = first; k < end && k < header_.s_nlnno; ++k)
+        list->append(&lnnos_[static_cast<std::size_t>(k)]);
+}
+
+PSN* COFF_SECTION::get_source_psn(std::uint32_t address) {
+    const std::uint64_t end = std::uint64_t{header_.s_paddr} + header_.s_size;
+    if (address < header_.s_paddr || address >= end || !file_)
+        return nullptr;
+    COFF_SYMBOL_TABLE* const table = file_->symbol_table();
+    const SLIST::NODE* const node = table->find_func_sym(address);
+    if (!node)
+        return nullptr;
+    auto* const function = static_cast<COFF_SYMBOL*>(node->data);
+    SLIST lines;
+    function->func_lnnos(&lines);
+    // The first entry names the function: it counts whatever stands in its address word.
+    const lineno_slot* last = nullptr;
+    for (const lineno_slot* slot : items<lineno_slot>(lines)) {
+        if (last && slot->entry.l_addr > address)
+            break;
+        last = slot;
+    }
+    if (!last)
+        return nullptr;
+    const std::uint32_t line = std::uint32_t{function->func_lnno()} + last->entry.l_lnno - 1;
+    return new PSN(table->find_source_file(function), line);
+}

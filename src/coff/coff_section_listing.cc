@@ -1,0 +1,194 @@
+// Listings of a section: header, contents, relocations and line numbers. What the file does not hold is named as
+// missing, so that a damaged file can be looked at, too.
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "coff/coff_file.h"
+#include "coff/coff_section.h"
+#include "coff/listing_text.h"
+#include "msg/user_msg.h"
+
+namespace {
+
+constexpr std::uint32_t bytes_per_line = 16;
+
+constexpr std::pair<std::uint32_t, const char*> flag_names[] = {
+    {s_dummy, "DUMMY"},        {s_noload, "NOLOAD"}, {s_group, "deprecated GROUP"},
+    {s_pad, "deprecated PAD"}, {s_copy, "COPY"},     {s_text, "TEXT"},
+    {s_data, "DATA"},          {s_bss, "BSS"},       {s_blocked, "BLOCKED"},
+    {s_pass, "PASS"},          {s_clink, "CLINK"},   {s_vector, "VECTOR"},
+    {s_padded, "PADDED"},      {s_icode, "ICODE"}};
+
+constexpr std::pair<std::uint16_t, const char*> type_names[] = {
+    {R_ABS, "R_ABS"},         {R_REL24, "R_REL24"},     {R_DIR32, "R_DIR32"},     {R_RELBYTE, "R_RELBYTE"},
+    {R_RELWORD, "R_RELWORD"}, {R_RELLONG, "R_RELLONG"}, {R_PCRBYTE, "R_PCRBYTE"}, {R_PCRWORD, "R_PCRWORD"},
+    {R_PCRLONG, "R_PCRLONG"}, {R_PCR24, "R_PCR24"},     {RE_ADD, "RE_ADD"},       {RE_SUB, "RE_SUB"},
+    {RE_NEG, "RE_NEG"},       {RE_MPY, "RE_MPY"},       {RE_DIV, "RE_DIV"},       {RE_MOD, "RE_MOD"},
+    {RE_SR, "RE_SR"},         {RE_ASR, "RE_ASR"},       {RE_SL, "RE_SL"},         {RE_AND, "RE_AND"},
+    {RE_OR, "RE_OR"},         {RE_XOR, "RE_XOR"},       {RE_NOTB, "RE_NOTB"},     {RE_ULDFLD, "RE_ULDFLD"},
+    {RE_SLDFLD, "RE_SLDFLD"}, {RE_USTFLD, "RE_USTFLD"}, {RE_SSTFLD, "RE_SSTFLD"}, {RE_PUSH, "RE_PUSH"},
+    {RE_PUSHSK, "RE_PUSHSK"}, {RE_PUSHUK, "RE_PUSHUK"}, {RE_PUSHPC, "RE_PUSHPC"}, {RE_DUP, "RE_DUP"},
+    {RE_XSTFLD, "RE_XSTFLD"}, {RE_PUSHSV, "RE_PUSHSV"}};
+
+std::string names_of(std::uint32_t flags) {
+    std::string names;
+    for (const auto& [bit, name] : flag_names) {
+        if ((flags & bit) != 0)
+            names.append(names.empty() ? "" : ", ").append(name);
+    }
+    return names;
+}
+
+/// The name of the symbol with an index; null if there is none.
+const char* symbol_name(COFF_FILE* file, std::uint32_t index) {
+    const SLIST::NODE* const node = file ? file->symbol_table()->find_sym(index) : nullptr;
+    return node ? static_cast<const COFF_SYMBOL*>(node->data)->name() : nullptr;
+}
+
+bool is_constant(std::uint16_t type) {
+    return type == RE_PUSHSK || type == RE_PUSHUK;
+}
+
+void dump_contents(const unsigned char* contents, std::uint32_t size, std::FILE* out) {
+    for (std::uint32_t line = 0; line < size; line += bytes_per_line) {
+        std::fprintf(out, "    %08X ", line);
+        for (std::uint32_t k = line; k < size && k < line + bytes_per_line; ++k)
+            std::fprintf(out, " %02X", contents[k]);
+        std::fputc('\n', out);
+    }
+}
+
+/// The relocation at a place of a list; a place outside it ends the run.
+const reloc& reloc_at(const SLIST& relocs, int index, const char* where) {
+    const SLIST::NODE* node = relocs.begin();
+    for (int k = 0; node && k < index; ++k)
+        node = relocs.next(node);
+    if (index < 0 || !node)
+        UMSG.die(where, "there is no relocation %d", index);
+    return *static_cast<const reloc*>(node->data);
+}
+
+void print_reloc(const reloc& entry, COFF_FILE* file, const char* type_name, std::FILE* out) {
+    std::fprintf(out, "    0x%08X  %-10s 0x%04X", entry.r_vaddr, type_name, entry.r_type);
+    if (is_field_reloc(entry.r_type))
+        std::fprintf(out, "  %u bits at bit %u of %u", entry.r_field.r_fieldsz, entry.r_field.r_offset,
+                     entry.r_field.r_wordsz);
+    else if (is_constant(entry.r_type))
+        std::fprintf(out, "  constant 0x%08X", entry.r_symndx);
+    else if (entry.r_symndx != no_symbol) {
+        const char* const name = symbol_name(file, entry.r_symndx);
+        std::fprintf(out, "  symbol %u (%s)", entry.r_symndx, name ? printable(name).c_str() : "none");
+    }
+    if (has_displacement(entry.r_type) && entry.r_disp != 0)
+        std::fprintf(out, "  displacement 0x%04X", entry.r_disp);
+    std::fputc('\n', out);
+}
+
+void print_reloc_xml(const reloc& entry, COFF_FILE* file, const char* type_name, std::FILE* out) {
+    std::fprintf(out, "<relocation address=\"0x%08X\" type=\"0x%04X\" type_name=\"%s\"", entry.r_vaddr, entry.r_type,
+                 type_name);
+    if (is_field_reloc(entry.r_type))
+        std::fprintf(out, " bit_offset=\"%u\" field_bits=\"%u\" container_bits=\"%u\"", entry.r_field.r_offset,
+                     entry.r_field.r_fieldsz, entry.r_field.r_wordsz);
+    else if (is_constant(entry.r_type))
+        std::fprintf(out, " constant=\"0x%08X\"", entry.r_symndx);
+    else if (entry.r_symndx != no_symbol) {
+        std::fprintf(out, " symbol=\"%u\"", entry.r_symndx);
+        if (const char* const name = symbol_name(file, entry.r_symndx))
+            std::fprintf(out, " symbol_name=\"%s\"", xml_text(name).c_str());
+    }
+    if (has_displacement(entry.r_type))
+        std::fprintf(out, " displacement=\"0x%04X\"", entry.r_disp);
+    std::fputs("/>\n", out);
+}
+
+}  // namespace
+
+const char* COFF_SECTION::reloc_name(int type) const {
+    const auto* const found = std::find_if(std::begin(type_names), std::end(type_names),
+                                           [type](const auto& known) { return known.first == type; });
+    return found == std::end(type_names) ? "other" : found->second;
+}
+
+void COFF_SECTION::dump_header(std::FILE* out) const {
+    std::fprintf(out, "Section %u %s\n", scnum(), printable(name()).c_str());
+    std::fprintf(out, "  run address 0x%08X, load address 0x%08X, size %u units of %u bits (%llu bytes), page %u\n",
+                 sh_paddr(), sh_vaddr(), size_in_words(), wordsz(), static_cast<unsigned long long>(byte_size()),
+                 sh_page());
+    std::fprintf(out, "  flags 0x%08X (%s), aligned to %u units\n", sh_flags(), names_of(sh_flags()).c_str(),
+                 1U << ((sh_flags() & s_align) >> 8));
+    std::fprintf(out, "  contents at offset %u, %u relocations at offset %u, %u line numbers at offset %u\n",
+                 sh_scnptr(), sh_nreloc(), sh_relptr(), sh_nlnno(), sh_lnnoptr());
+}
+
+void COFF_SECTION::dump(std::FILE* out) {
+    dump_header(out);
+    if (has_contents() && !written_ && contents_in_file()) {
+        std::fputs("  contents\n", out);
+        raw_data();
+        dump_contents(raw_data_.get(), raw_size_, out);
+    } else if (has_contents()) {
+        std::fputs("  contents are not in the file\n", out);
+    }
+    if (relocs_.size() != 0)
+        std::fputs("  relocations\n", out);
+    for (const reloc* entry : items<reloc>(relocs_))
+        print_reloc(*entry, file_, reloc_name(entry->r_type), out);
+    if (sh_nlnno() != 0)
+        std::fputs(lnnos_in_file() ? "  line numbers\n" : "  line numbers are not in the file\n", out);
+    for (std::uint32_t k = 0; lnnos_in_file() && k < sh_nlnno(); ++k)
+        dump_linenos(static_cast<int>(k), out);
+}
+
+void COFF_SECTION::dump_linenos(int index, std::FILE* out) {
+    const lineno_slot* const slot = index < 0 ? nullptr : lnno(static_cast<std::uint32_t>(index));
+    if (!slot)
+        UMSG.die("COFF_SECTION::dump_linenos", "section %s has no line number %d", name(), index);
+    if (slot->entry.l_lnno != 0) {
+        std::fprintf(out, "    0x%08X  line %u\n", slot->entry.l_addr, slot->entry.l_lnno);
+        return;
+    }
+    const char* const function = symbol_name(file_, slot->entry.l_addr);
+    std::fprintf(out, "    function %u (%s)\n", slot->entry.l_addr, function ? printable(function).c_str() : "none");
+}
+
+void COFF_SECTION::dump_reloc(int index, std::FILE* out) {
+    const reloc& entry = reloc_at(relocs_, index, "COFF_SECTION::dump_reloc");
+    print_reloc(entry, file_, reloc_name(entry.r_type), out);
+}
+
+void COFF_SECTION::dump_xml(std::FILE* out) {
+    std::fprintf(out, "<section number=\"%u\" name=\"%s\" run_address=\"0x%08X\" load_address=\"0x%08X\"\n", scnum(),
+                 xml_text(name()).c_str(), sh_paddr(), sh_vaddr());
+    std::fprintf(out, "  size=\"%u\" unit_bits=\"%u\" bytes=\"%llu\" page=\"%u\" flags=\"0x%08X\" flag_names=\"%s\">\n",
+                 size_in_words(), wordsz(), static_cast<unsigned long long>(byte_size()), sh_page(), sh_flags(),
+                 names_of(sh_flags()).c_str());
+    if (has_contents() && !written_ && contents_in_file()) {
+        raw_data();
+        std::fputs("<contents>\n", out);
+        for (std::uint32_t k = 0; k < raw_size_; ++k)
+            std::fprintf(out, "%02X%s", raw_data_[k], k % 32 == 31 || k + 1 == raw_size_ ? "\n" : "");
+        std::fputs("</contents>\n", out);
+    }
+    for (const reloc* entry : items<reloc>(relocs_))
+        print_reloc_xml(*entry, file_, reloc_name(entry->r_type), out);
+    for (std::uint32_t k = 0; lnnos_in_file() && k < sh_nlnno(); ++k)
+        dump_linenos_xml(static_cast<int>(k), out);
+    std::fputs("</section>\n", out);
+}
+
+void COFF_SECTION::dump_linenos_xml(int index, std::FILE* out) {
+    const lineno_slot* const slot = index < 0 ? nullptr : lnno(static_cast<std::uint32_t>(index));
+    if (!slot)
+        UMSG.die("COFF_SECTION::dump_linenos_xml", "section %s has no line number %d", name(), index);
+    std::fprintf(out,
+                 slot->entry.l_lnno ? "<line address=\"0x%08X\" number=\"%u\"/>\n"
+                                    : "<line function=\"%u\" number=\"%u\"/>\n",
+                 slot->entry.l_addr, slot->entry.l_lnno);
+}
+
+void COFF_SECTION::dump_reloc_xml(int index, std::FILE* out) {
+    const reloc& entry = reloc_at(relocs_, index, "COFF_SECTION::dump_reloc_xml");
+    print_reloc_xml(entry, file_, reloc_name(entry.r_type), out);
+}

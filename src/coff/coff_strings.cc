@@ -1,0 +1,119 @@
+// The string table of a COFF file: loaded from the input when a name first needs it, and built anew for writing.
+#include <cstdlib>
+#include <cstring>
+
+#include "coff/coff_file.h"
+#include "msg/end_run.h"
+#include "msg/user_msg.h"
+
+namespace {
+
+constexpr std::uint32_t length_word = 4;
+constexpr std::uint32_t first_capacity = 132;
+constexpr std::uint32_t growth = 128;
+
+}  // namespace
+
+const char* COFF_FILE::string(std::uint32_t offset) {
+    if (!strtab_)
+        load_strtab();
+    // A name may begin in the middle of another one, but not in the length word, and it has to end.
+    if (offset < length_word || offset > strtab_last_nul_ || strtab_size_ <= length_word) {
+        UMSG.fatal_err("%s: no string at offset %u of the string table (%u bytes)", label(), offset, strtab_size_);
+        end_run(EXIT_FAILURE);
+    }
+    return strtab_->data() + offset;
+}
+
+void COFF_FILE::load_strtab() {
+    if (!fp_)
+        UMSG.die("COFF_FILE::string", "missing input file");
+    std::uint32_t length = 0;
+    if (const char* const fault = strtab_fault(length))
+        end_on_bad_strings(fault);
+    read_strtab(length);
+}
+
+bool COFF_FILE::try_load_strings() {
+    std::uint32_t length = 0;
+    if (strtab_)
+        return true;
+    if (!fp_ || strtab_fault(length))
+        return false;
+    read_strtab(length);
+    return true;
+}
+
+/// What is wrong with the input's string table, null if nothing is; its length then.
+const char* COFF_FILE::strtab_fault(std::uint32_t& length) {
+    if (!holds(strtab_position_, length_word) || !read_at(strtab_position_, &length, length_word))
+        return "the file ends before its string table";
+    if (byte_swapped_)
+        swap4(&length);
+    if (length < length_word)
+        return "the length of the string table is below 4";
+    if (!holds(strtab_position_, length))
+        return "the string table runs past the end of the file";
+    return nullptr;
+}
+
+/// A symbol table that is cut short has its own message, whichever name asked for the strings behind it.
+void COFF_FILE::end_on_bad_strings(const char* fault) {
+    COFF_SYMBOL_TABLE::require_whole_table(this);
+    UMSG.fatal_err("%s: %s", label(), fault);
+    end_run(EXIT_FAILURE);
+}
+
+void COFF_FILE::read_strtab(std::uint32_t length) {
+    auto table = std::make_unique<string_buffer>(length);
+    if (!read_at(strtab_position_ + length_word, table->data() + length_word, length - length_word))
+        end_on_bad_strings("cannot read the string table");
+    // A string ends inside the table if and only if it begins at or before the last NUL.
+    strtab_last_nul_ = length - 1;
+    while (strtab_last_nul_ >= length_word && (*table)[strtab_last_nul_] != '\0')
+        --strtab_last_nul_;
+    strtab_ = std::move(table);
+    strtab_size_ = strtab_capacity_ = length;
+    strtab_from_input_ = true;
+}
+
+/// Drops the table. Names of sections and symbols that were read point into the input's, so that one is put aside.
+void COFF_FILE::retire_strtab() {
+    if (strtab_ && strtab_from_input_)
+        retired_strtabs_.push_back(std::move(strtab_));
+    strtab_.reset();
+    strtab_from_input_ = false;
+    strtab_size_ = strtab_capacity_ = strtab_last_nul_ = 0;
+    string_hash_->clear();
+    added_strings_.clear();
+}
+
+std::uint32_t COFF_FILE::add_string(const char* text) {
+    if (!strtab_) {
+        strtab_ = std::make_unique<string_buffer>(length_word);
+        strtab_capacity_ = first_capacity;
+        strtab_size_ = length_word;
+    }
+    if (const SLIST::NODE* const known = string_hash_->find(text))
+        return static_cast<const added_string*>(SHASH::entry(known)->item)->offset;
+    const std::size_t size = std::strlen(text) + 1;
+    if (size > std::uint32_t{INT32_MAX} - strtab_size_)
+        UMSG.die("COFF_FILE::add_string", "the string table would be longer than %d bytes", INT32_MAX);
+    while (strtab_size_ + size > strtab_capacity_)
+        strtab_capacity_ += growth;
+    if (strtab_from_input_) {  // names point into the buffer: leave it where it is and go on in a copy
+        auto grown = std::make_unique<string_buffer>(*strtab_);
+        retired_strtabs_.push_back(std::move(strtab_));
+        strtab_ = std::move(grown);
+        strtab_from_input_ = false;
+    }
+    added_string* const added = added_strings_.make();
+    added->text = text;
+    added->offset = strtab_size_;
+    strtab_->insert(strtab_->end(), added->text.begin(), added->text.end());
+    strtab_->push_back('\0');
+    strtab_size_ += static_cast<std::uint32_t>(size);
+    strtab_last_nul_ = strtab_size_ - 1;
+    string_hash_->add(added->text.c_str(), added);
+    return added->offset;
+}

@@ -1,0 +1,109 @@
+// Listings of the symbol table.
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "coff/coff_file.h"
+#include "coff/coff_symbol_table.h"
+#include "coff/listing_text.h"
+
+namespace {
+
+/// The facts of an auxiliary entry, by name.
+using facts = std::vector<std::pair<const char*, std::uint32_t>>;
+
+facts facts_of(const auxent& aux, aux_form form) {
+    switch (form) {
+    case aux_form::file:
+        return {};
+    case aux_form::block:
+    case aux_form::function_mark:
+        return {{"line", aux.half(4)}, {"next", aux.word(12)}};
+    case aux_form::begin_function:
+        return {{"register_mask", aux.word(0)},
+                {"line", aux.half(4)},
+                {"lines", aux.half(6)},
+                {"frame_size", aux.word(8)},
+                {"next", aux.word(12)}};
+    case aux_form::tag:
+        return {{"size", aux.word(4)}, {"next", aux.word(12)}};
+    case aux_form::function:
+        return {{"tag", aux.word(0)}, {"size", aux.word(4)}, {"line_pointer", aux.word(8)}, {"next", aux.word(12)}};
+    case aux_form::array:
+        return {{"tag", aux.word(0)},          {"size", aux.word(4)},         {"dimension_0", aux.half(8)},
+                {"dimension_1", aux.half(10)}, {"dimension_2", aux.half(12)}, {"dimension_3", aux.half(14)}};
+    case aux_form::section:
+        return {{"length", aux.word(0)}, {"relocations", aux.half(4)}, {"line_numbers", aux.half(6)}};
+    case aux_form::end_of_struct:
+    case aux_form::other:
+        break;
+    }
+    return {{"tag", aux.word(0)}, {"size", aux.word(4)}};
+}
+
+/// The file name in an auxiliary entry, without its padding.
+std::size_t file_name_length(const auxent& aux) {
+    return strnlen(reinterpret_cast<const char*>(aux.bytes), aux_size);
+}
+
+/// Section 0 and the negative numbers have no section.
+std::string section_name(COFF_FILE* file, std::int16_t scnum) {
+    const COFF_SECTION* const section = file ? file->get_section(scnum) : nullptr;
+    return section ? section->name() : scnum == 0 ? "undefined" : scnum == -1 ? "absolute" : "none";
+}
+
+}  // namespace
+
+void COFF_SYMBOL::dump_aux(const COFF_SYMBOL* symbol, std::FILE* out) const {
+    const auxent* const aux = symbol->aux();
+    if (!aux)
+        return;
+    std::fputs("            ", out);
+    if (symbol->form() == aux_form::file)
+        std::fprintf(out, " file %s",
+                     printable(reinterpret_cast<const char*>(aux->bytes), file_name_length(*aux)).c_str());
+    for (const auto& [name, value] : facts_of(*aux, symbol->form()))
+        std::fprintf(out, " %s %u", name, value);
+    std::fputc('\n', out);
+}
+
+void COFF_SYMBOL::dump_aux_xml(const COFF_SYMBOL* symbol, std::FILE* out) const {
+    const auxent* const aux = symbol->aux();
+    if (!aux)
+        return;
+    std::fputs("<auxiliary", out);
+    if (symbol->form() == aux_form::file)
+        std::fprintf(out, " file=\"%s\"",
+                     xml_text(reinterpret_cast<const char*>(aux->bytes), file_name_length(*aux)).c_str());
+    for (const auto& [name, value] : facts_of(*aux, symbol->form()))
+        std::fprintf(out, " %s=\"%u\"", name, value);
+    std::fputs("/>", out);
+}
+
+void COFF_SYMBOL_TABLE::dump(std::FILE* out) {
+    std::fprintf(out, "Symbol table, %u entries\n", n_syms());
+    for (const COFF_SYMBOL* symbol : items<COFF_SYMBOL>(symbols_)) {
+        std::fprintf(out, "  %8u  0x%08X  %-12s type 0x%04X  %s (%s)\n", symbol->coff_index(),
+                     static_cast<std::uint32_t>(symbol->value()),
+                     sclass_name(static_cast<std::int8_t>(symbol->sclass())), symbol->stype(),
+                     printable(symbol->name()).c_str(),
+                     printable(section_name(file_, symbol->scnum()).c_str()).c_str());
+        symbol->dump_aux(symbol, out);
+    }
+}
+
+void COFF_SYMBOL_TABLE::dump_xml(std::FILE* out) {
+    std::fprintf(out, "<symbols entries=\"%u\">\n", n_syms());
+    for (const COFF_SYMBOL* symbol : items<COFF_SYMBOL>(symbols_)) {
+        std::fprintf(out, "<symbol index=\"%u\" name=\"%s\" value=\"0x%08X\" section=\"%d\" section_name=\"%s\"",
+                     symbol->coff_index(), xml_text(symbol->name()).c_str(),
+                     static_cast<std::uint32_t>(symbol->value()), symbol->scnum(),
+                     xml_text(section_name(file_, symbol->scnum()).c_str()).c_str());
+        std::fprintf(out, " type=\"0x%04X\" class=\"%d\" class_name=\"%s\">", symbol->stype(), symbol->sclass(),
+                     sclass_name(static_cast<std::int8_t>(symbol->sclass())));
+        symbol->dump_aux_xml(symbol, out);
+        std::fputs("</symbol>\n", out);
+    }
+    std::fputs("</symbols>\n", out);
+}

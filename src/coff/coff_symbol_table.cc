@@ -1,0 +1,183 @@
+// Reading the symbol table, and looking up what is in it.
+#include "coff/coff_symbol_table.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "coff/coff_file.h"
+#include "msg/end_run.h"
+#include "msg/user_msg.h"
+
+namespace {
+
+constexpr std::int32_t index_map_buckets = 521;
+
+[[noreturn]] void end_on_short_symbol() {
+    UMSG.fatal_err("failed to read symbol table");
+    end_run(EXIT_FAILURE);
+}
+
+[[noreturn]] void end_on_short_auxiliary() {
+    UMSG.fatal_err("failed to read auxiliary entry");
+    end_run(EXIT_FAILURE);
+}
+
+}  // namespace
+
+/// The table as it lies in the file: whole, or the run has ended.
+struct COFF_SYMBOL_TABLE::raw_table {
+    std::vector<unsigned char> bytes;
+    std::uint32_t symbols = 0;  ///< without auxiliary entries
+
+    const unsigned char* entry(std::size_t index) const { return bytes.data() + index * aux_size; }
+    bool has_aux(std::size_t index) const { return static_cast<std::int8_t>(entry(index)[17]) > 0; }
+};
+
+COFF_SYMBOL_TABLE::COFF_SYMBOL_TABLE() {
+    reset();
+}
+
+COFF_SYMBOL_TABLE::~COFF_SYMBOL_TABLE() = default;
+
+void COFF_SYMBOL_TABLE::reset() {
+    symbols_.clear();
+    pool_.clear();
+    adopted_.clear();
+    storage_.names.clear();
+    storage_.auxiliaries.clear();
+    function_pool_.clear();
+    next_index_ = 0;
+    functions_ = std::make_unique<SLIST>();
+    index_map_ = std::make_unique<SHASH>(SHASH::UINT32_hash, SHASH::UINT32_cmp, index_map_buckets);
+    symbols_.set_cmp_func(COFF_SYMBOL::cmp);
+}
+
+/// Takes the table in one read, and walks it once before any name is looked up: a table that is cut short is to be
+/// reported as that, not as the missing string table behind it.
+COFF_SYMBOL_TABLE::raw_table COFF_SYMBOL_TABLE::read_entries(COFF_FILE* file) {
+    raw_table table;
+    const std::uint32_t count = file->fh_nsyms();
+    if (count == 0)
+        return table;
+    // On purpose this pointer counts from the start of the stream, all others from the start of the image.
+    const auto position = static_cast<std::uint32_t>(file->fh_symptr());
+    const std::int64_t there = std::max<std::int64_t>(0, std::int64_t{file->file_length()} - position);
+    // One more than the count: the auxiliary entry of the last symbol is read even if the count leaves it out.
+    const std::uint64_t wanted = (std::uint64_t{count} + 1) * aux_size;
+    table.bytes.resize(std::min<std::uint64_t>(wanted, static_cast<std::uint64_t>(there) / aux_size * aux_size));
+    if (!file->read_at(position, table.bytes.data(), table.bytes.size()))
+        end_on_short_symbol();
+    const std::size_t entries = table.bytes.size() / aux_size;
+    for (std::size_t k = 0; k < count; ++k, ++table.symbols) {
+        if (k >= entries)
+            end_on_short_symbol();
+        if (table.has_aux(k) && ++k >= entries)
+            end_on_short_auxiliary();
+    }
+    return table;
+}
+
+void COFF_SYMBOL_TABLE::require_whole_table(COFF_FILE* file) {
+    read_entries(file);
+}
+
+void COFF_SYMBOL_TABLE::read(COFF_FILE* file) {
+    file_ = file;
+    const raw_table table = read_entries(file);
+    std::size_t k = 0;
+    for (std::uint32_t left = table.symbols; left > 0; --left, ++k) {
+        COFF_SYMBOL* const symbol = pool_.make();
+        symbol->table_ = this;
+        symbol->load(file, next_index_++, table.entry(k), &storage_);
+        if (symbol->has_aux()) {
+            symbol->load_aux(table.entry(++k), &storage_);
+            ++next_index_;
+        }
+        symbol->find_first_lnno();
+        symbols_.append(symbol);
+    }
+    list_functions();
+}
+
+/// One pass forward, which remembers the source file it is in, gives what find_source_file() would for every function.
+void COFF_SYMBOL_TABLE::list_functions() {
+    functions_->clear();
+    function_pool_.clear();
+    const char* source_file = nullptr;
+    for (const COFF_SYMBOL* symbol : items<COFF_SYMBOL>(symbols_)) {
+        if (symbol->sclass() == C_FILE)
+            source_file = symbol->name();
+        if (!symbol->is_function())
+            continue;
+        COFF_DEBUG::FUNCTION* const function = function_pool_.make();
+        function->start = static_cast<std::uint32_t>(symbol->value());
+        function->size = symbol->func_size();
+        function->scnum = symbol->scnum();
+        function->name = symbol->name();
+        function->file = source_file;
+        functions_->append(function);
+    }
+}
+
+std::uint32_t COFF_SYMBOL_TABLE::n_syms() const {
+    std::uint32_t count = 0;
+    for (const COFF_SYMBOL* symbol : items<COFF_SYMBOL>(symbols_))
+        count += symbol->has_aux() ? 2 : 1;
+    return count;
+}
+
+std::uint32_t COFF_SYMBOL_TABLE::new_index(std::uint32_t old) {
+    const SLIST::NODE* const node = index_map_->find(old);
+    if (!node)
+        UMSG.die("COFF_SYMBOL_TABLE::new_index", "no symbol had the index %u", old);
+    return static_cast<const COFF_SYMBOL*>(SHASH::entry(node)->item)->coff_index();
+}
+
+SLIST::NODE* COFF_SYMBOL_TABLE::find_sym(std::uint32_t index) {
+    COFF_SYMBOL key;
+    key.coff_index_ = index;
+    return symbols_.find(&key);
+}
+
+const char* COFF_SYMBOL_TABLE::find_source_file(const COFF_SYMBOL* symbol) {
+    for (const SLIST::NODE* node = symbols_.find(symbol); node; node = symbols_.prev(node)) {
+        const auto* const candidate = static_cast<const COFF_SYMBOL*>(node->data);
+        if (candidate && candidate->sclass() == C_FILE)
+            return candidate->name();
+    }
+    return nullptr;
+}
+
+SLIST::NODE* COFF_SYMBOL_TABLE::find_func_sym(std::uint32_t address) {
+    SLIST::NODE* node = symbols_.begin();
+    while (node) {
+        const auto* const symbol = static_cast<const COFF_SYMBOL*>(node->data);
+        if (symbol && symbol->is_function()) {
+            const auto start = static_cast<std::uint32_t>(symbol->value());
+            if (start <= address && address < start + symbol->func_size())
+                return node;
+            // The skip may only lead forward, or a damaged table would never end.
+            SLIST::NODE* const behind = symbol->func_skip();
+            if (!behind || COFF_SYMBOL::cmp(behind->data, symbol) > 0)
+                node = behind;
+        }
+        node = symbols_.next(node);
+    }
+    return nullptr;
+}
+
+const char* COFF_SYMBOL_TABLE::sclass_name(std::int8_t sclass) const {
+    static constexpr const char* low[] = {nullptr,     "C_AUTO",   "C_EXT",       "C_STAT",   "C_REG",    "C_EXTREF",
+                                          "C_LABEL",   "C_ULABEL", "C_MOS",       "C_ARG",    "C_STRTAG", "C_MOU",
+                                          "C_UNTAG",   "C_TPDEF",  "C_USTATIC",   "C_ENTAG",  "C_MOE",    "C_REGPARM",
+                                          "C_FIELD",   "C_UEXT",   "C_STATLAB",   "C_EXTLAB", "C_VREG",   "C_SYSTEM",
+                                          "C_STATREG", "C_EXTREG", "C_EXTREFREG", "C_VARARG", "C_EXTDEF", "C_USTATREG"};
+    static constexpr const char* high[] = {"C_BLOCK", "C_FCN",    "C_EOS",  "C_FILE", "C_LINE", "C_ALIAS",
+                                           "C_PREF",  "C_GRPTAG", "C_SMOG", "C_EMOG", "C_EOG"};
+    static_assert(std::size(low) == C_USTATREG + 1 && std::size(high) == C_EOG - C_BLOCK + 1);
+    if (sclass >= C_AUTO && sclass <= C_USTATREG)
+        return low[sclass];
+    if (sclass >= C_BLOCK && sclass <= C_EOG)
+        return high[sclass - C_BLOCK];
+    return "INVALID STORAGE CLASS";
+}

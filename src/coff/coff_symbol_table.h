@@ -1,0 +1,105 @@
+// The symbols of a COFF file, in its order.
+#ifndef MODFORGE_COFF_COFF_SYMBOL_TABLE_H
+#define MODFORGE_COFF_COFF_SYMBOL_TABLE_H
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+#include "coff/coff_debug.h"
+#include "coff/coff_symbol.h"
+#include "containers/record_pool.h"
+#include "containers/shash.h"
+#include "containers/slist.h"
+
+class COFF_FILE;
+class COFF_SECTION;
+
+/// Owns its symbols; a symbol that is deleted leaves an empty node behind, which every walk skips until purge(), and its
+/// name lives on, since records of functions may point to it. Indices count auxiliary entries.
+class COFF_SYMBOL_TABLE {
+public:
+    COFF_SYMBOL_TABLE();
+    COFF_SYMBOL_TABLE(const COFF_SYMBOL_TABLE&) = delete;
+    COFF_SYMBOL_TABLE& operator=(const COFF_SYMBOL_TABLE&) = delete;
+
+    // The order of the virtual operations is fixed: new ones go to the end.
+    virtual ~COFF_SYMBOL_TABLE();
+
+    /// Appends the symbols of the file whose headers have been read. If the table is cut short, the run ends.
+    virtual void read(COFF_FILE* file);
+    /// Writes all symbols, in host order; long names go to the file's string table. A failure ends the run.
+    virtual void write(std::FILE* fp);
+
+    /// Appends the symbol that stands for a section and gives its index.
+    virtual std::uint32_t add_section_symbol(COFF_SECTION* section);
+    /// Brings that symbol up to date with the section.
+    virtual void update_section_symbol(COFF_SECTION* section);
+    /// Deletes tags with their members, marks of functions with what they span, and type definitions; then purges.
+    virtual void remove_debug_symbols();
+    /// Makes all functions follow the line numbers of their sections.
+    virtual void update_func_lnno_ptrs();
+
+    /// Appends a symbol, which is the table's from now on, and counts it in the file's fh_nsyms. Gives its index. One
+    /// that belongs to a table already ends the run.
+    virtual std::uint32_t add_symbol(COFF_SYMBOL* symbol);
+    /// Deletes the symbol that has this one's index, if any.
+    virtual void delete_symbol(COFF_SYMBOL* symbol);
+    /// Drops the empty nodes, numbers the symbols anew without gaps, and counts them in the file's fh_nsyms.
+    virtual void purge();
+
+    /// Bytes of the table in a file.
+    virtual std::uint32_t size() const { return n_syms() * 18; }
+    /// Entries, auxiliary ones included.
+    virtual std::uint32_t n_syms() const;
+    /// After purge(): the index of the symbol that had the index `old`. One that no symbol had ends the run.
+    virtual std::uint32_t new_index(std::uint32_t old);
+
+    /// The name of the last source file at or before a symbol; null if there is none.
+    virtual const char* find_source_file(const COFF_SYMBOL* symbol);
+    /// The node of the function that holds an address, or of the symbol with an index; null if there is none.
+    virtual SLIST::NODE* find_func_sym(std::uint32_t address);
+    virtual SLIST::NODE* find_sym(std::uint32_t index);
+    /// Nodes hold COFF_SYMBOL*; go on with node->mylist()->next(node).
+    virtual SLIST::NODE* first_sym() const { return symbols_.begin(); }
+
+    virtual void dump(std::FILE* out);
+    virtual void dump_xml(std::FILE* out);
+    /// "C_EXT" and so on; "INVALID STORAGE CLASS" for any other value.
+    virtual const char* sclass_name(std::int8_t sclass) const;
+
+    /// Destroys everything; the table is as new.
+    void reset();
+
+    const SLIST& symbols() const { return symbols_; }
+    /// COFF_DEBUG::FUNCTION records of all functions that were read, in order.
+    const SLIST& functions() const { return *functions_; }
+    /// If the symbol table of the file is cut short, ends the run with the same message as read().
+    static void require_whole_table(COFF_FILE* file);
+
+private:
+    struct raw_table;
+    static raw_table read_entries(COFF_FILE* file);
+
+    void list_functions();
+    void delete_node(SLIST::NODE* node);
+    SLIST::NODE* delete_run(SLIST::NODE* node);
+    void describe_section(COFF_SYMBOL* symbol, const COFF_SECTION* section);
+    void require_file(const char* where) const;
+
+    SLIST symbols_;
+    std::unique_ptr<SHASH> index_map_;  ///< old index to symbol, filled by purge()
+    std::uint32_t next_index_ = 0;
+    COFF_FILE* file_ = nullptr;
+    std::unique_ptr<SLIST> functions_;
+
+    record_pool<COFF_SYMBOL> pool_;                      ///< symbols that were read
+    std::vector<std::unique_ptr<COFF_SYMBOL>> adopted_;  ///< symbols that were added
+    symbol_storage storage_;
+    record_pool<COFF_DEBUG::FUNCTION> function_pool_;
+
+    friend class COFF_FILE;
+};
+
+#endif

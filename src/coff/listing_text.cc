@@ -1,0 +1,49 @@
+#include "coff/listing_text.h"
+
+#include <cstring>
+
+std::string printable(const char* text, std::size_t length) {
+    static constexpr char digits[] = "0123456789ABCDEF";
+    std::string out;
+    for (std::size_t k = 0; k < length; ++k) {
+        const auto c = static_cast<unsigned char>(text[k]);
+        if (c == '\\')
+            out += "\\\\";
+        else if (c >= 0x20 && c < 0x7F)
+            out += text[k];
+        else
+            out.append("\\x").append(1, digits[c >> 4]).append(1, digits[c & 15]);
+    }
+    return out;
+}
+
+std::string printable(const char* text) {
+    return printable(text, std::strlen(text));
+}
+
+std::string xml_text(const char* text, std::size_t length) {
+    std::string out;
+    for (const char c : printable(text, length)) {
+        switch (c) {
+        case '&':
+            out += "&amp;";
+            break;
+        case '<':
+            out += "&lt;";
+            break;
+        case '>':
+            out += "&gt;";
+            break;
+        case '"':
+            out += "&quot;";
+            break;
+        default:
+            out += c;
+        }
+    }
+    return out;
+}
+
+std::string xml_text(const char* text) {
+    return xml_text(text, std::strlen(text));
+}
