@@ -90,9 +90,8 @@ public:
     virtual std::uint16_t scnum() const { return scnum_; }
     /// Index of the symbol that stands for this section; the symbol is made if there is none.
     virtual std::uint32_t symndx();
-    /// Appends lineno_slot pointers, which stay the section's: `count` + 1 of them from file pointer `lnnoptr` on, fewer
-    /// where the table ends. None if `lnnoptr` is 0 or there are no line numbers; any other place outside the table ends
-    /// the run.
+    /// Appends lineno_slot pointers, which stay the section's: `count` + 1 of them from file pointer `lnnoptr` on, as far
+    /// as they lie in the table.
     virtual void lnno_list(SLIST* list, std::uint32_t lnnoptr, std::uint32_t count);
     /// The source position of an address; the caller's to delete. Null if the section does not hold the address or
     /// nothing is known about it.
@@ -172,7 +171,9 @@ public:
     static std::uint32_t SLEB128_size(std::int32_t value);
 
     /// Size of the contents in bytes, in full.
-    std::uint64_t byte_size() const { return std::uint64_t{header_.s_size} * (static_cast<std::uint32_t>(width_) >> 3); }
+    std::uint64_t byte_size() const {
+        return std::uint64_t{header_.s_size} * (static_cast<std::uint32_t>(width_) >> 3);
+    }
     /// Whether there are contents, in memory or in the file.
     bool has_contents() const;
     /// Whether the file holds the relocations that the header tells of; a message if not.

@@ -51,11 +51,13 @@ const lineno_slot* COFF_SECTION::lnno(std::uint32_t index) {
 }
 
 void COFF_SECTION::lnno_list(SLIST* list, std::uint32_t lnnoptr, std::uint32_t count) {
-    if (lnnoptr == 0 || header_.s_nlnno == 0)
+    if (header_.s_nlnno == 0)
         return;
-    const std::int64_t first = (std::int64_t{lnnoptr} - header_.s_lnnoptr) / std::int64_t{sizeof(lineno)};
-    if (lnnoptr < header_.s_lnnoptr || first >= header_.s_nlnno)
-        UMSG.die("COFF_SECTION::lnno_list", "%s: no line number at file offset %u", name(), lnnoptr);
+    // A function without lines points anywhere: nothing of the table is its own then.
+    const std::int64_t distance = std::int64_t{lnnoptr} - header_.s_lnnoptr;
+    if (distance < 0)
+        return;
+    const std::int64_t first = distance / std::int64_t{sizeof(lineno)};
     read_lnnos();
     const std::int64_t end = first + count + 1;  // one more: the function's own entry stands before its lines
     for (std::int64_t k = first; k < end && k < header_.s_nlnno; ++k)
