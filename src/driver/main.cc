@@ -1,4 +1,35 @@
-// A stand-in until the stages exist: the run from start to end comes here.
-int main() {
-    return 1;
+// The run from start to end.
+#include <cstdio>
+#include <cstdlib>
+
+#include "convert/entries_files.h"
+#include "convert/velm_file.h"
+#include "driver/file_names.h"
+#include "driver/options.h"
+#include "output/velm_writer.h"
+#include "packets/image_packets.h"
+
+namespace {
+
+void print_banner() {
+    std::printf("modforge Utility v%s\n", "1.5.1");
+    std::printf("Converts a linked COFF executable into a dynamically loadable VELM module.\n\n");
+    std::fflush(stdout);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    print_banner();
+    proc_args(argc, argv);
+    if (coff_file.read(filename_in, false) != 0)
+        return EXIT_FAILURE;  // the reader has said why
+    setup_entries_lists();
+    init_velm_file();
+    build_velm();
+    if (!filename_out)
+        build_outfile_name();
+    write_velm();
+    cleanup_velm();
+    return EXIT_SUCCESS;
 }

@@ -1,0 +1,253 @@
+// Reads the entries files and answers their questions.
+#include "convert/entries_files.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "coff/coff_section.h"
+#include "coff/coff_symbol.h"
+#include "convert/velm_file.h"
+#include "driver/options.h"
+#include "msg/error_exit.h"
+
+const std::uint32_t fixed_hash_key = 27;
+static_assert(entries_buckets == (0xFFFFFFFFU >> 27) + 1);
+
+namespace {
+
+constexpr std::size_t max_token = 255;
+
+name_index& index_of(entries_file_sym** table) {
+    return table == entry_sym_table ? entries_lookup.symbols : entries_lookup.excluded;
+}
+
+bool is_blank(int c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+/// An entries file as a sequence of tokens, read in pieces.
+class token_reader {
+public:
+    token_reader(std::FILE* stream, const char* file_name) : stream_(stream), file_name_(file_name) {}
+
+    /// The next token that is no comment, or null at the end of the file. Valid until the next call.
+    const char* next() {
+        for (;;) {
+            int c = get();
+            while (is_blank(c))
+                c = get();
+            if (c == EOF)
+                return nullptr;
+            if (c != '#')
+                return token_from(c);
+            while (c != '\n' && c != EOF)
+                c = get();
+        }
+    }
+
+private:
+    const char* token_from(int c) {
+        std::size_t length = 0;
+        for (; c != EOF && !is_blank(c); c = get()) {
+            if (length == max_token)
+                error_exit("ERROR: %s:%lu: an entry has more than 255 characters\n", file_name_, line_);
+            token_[length++] = static_cast<char>(c);
+        }
+        token_[length] = '\0';
+        return token_;
+    }
+
+    int get() {
+        if (at_ == end_) {
+            end_ = std::fread(buffer_, 1, sizeof buffer_, stream_);
+            at_ = 0;
+            if (end_ == 0)
+                return EOF;
+        }
+        const int c = static_cast<unsigned char>(buffer_[at_++]);
+        line_ += c == '\n';
+        return c;
+    }
+
+    std::FILE* stream_;
+    const char* file_name_;
+    unsigned long line_ = 1;
+    char buffer_[4096];
+    std::size_t at_ = 0;
+    std::size_t end_ = 0;
+    char token_[max_token + 1];
+};
+
+void add_token(const char* token) {
+    const char marker = token[0] == '-' ? token[1] : token[0];
+    switch (marker) {
+    case '^':
+        return add_to_an_entries_list(&entries_prefix_list, token);
+    case '@':
+        return add_to_an_entries_list(&entries_symbols_section_list, token);
+    case '!':
+        return add_an_entry(token, entry_section_table);
+    default:
+        return add_an_entry(token, entry_sym_table);
+    }
+}
+
+void read_entries_file(const char* name) {
+    std::FILE* stream = std::fopen(name, "r");
+    if (!stream)
+        error_exit("ERROR: Unable to open entries file %s\n", name);
+    read_in_entries(stream, name);
+    const bool failed = std::ferror(stream) != 0;
+    std::fclose(stream);
+    if (failed)
+        error_exit("ERROR: Unable to read entries file %s\n", name);
+}
+
+/// Whether the entry is one to warn of.
+bool is_missing(const entries_file_sym* entry) {
+    return !entry->optional && !entry->found;
+}
+
+}  // namespace
+
+void setup_entries_lists() {
+    if (entries_files_list.size() == 0)
+        return;
+    for_each_item<const char>(entries_files_list, read_entries_file);
+    add_an_entry("-__DLModules", entry_sym_table);
+    add_an_entry("-.bss", entry_sym_table);
+}
+
+int read_in_entries(std::FILE* stream, const char* file_name) {
+    token_reader reader(stream, file_name);
+    while (const char* token = reader.next())
+        add_token(token);
+    return EOF;
+}
+
+void add_an_entry(const char* text, entries_file_sym** table) {
+    const bool optional = *text == '-';
+    text += optional;
+    text += *text == '!';
+    if (const entries_file_sym* kept = find_matching_entry(text, table)) {
+        if ((kept->optional != 0) != optional && warn_missing_symbols)
+            std::fprintf(stderr,
+                         "WARNING: Duplicate entries for %s from entries file(s) with different qualifiers. "
+                         "Keeping entry %c%s\n",
+                         text, kept->optional ? '-' : ' ', text);
+        return;
+    }
+    // The look-up above has left the bucket and the length; nothing may look up in between.
+    entries_file_sym* record = entries_lookup.make({text, last_length}, optional);
+    record->next = table[hash_key];
+    table[hash_key] = record;
+    entries_lookup.add(index_of(table), record);
+}
+
+void add_to_an_entries_list(SLIST* list, const char* text) {
+    const bool optional = *text == '-';
+    text += optional;
+    ++text;  // the marker
+    entries_file_sym* record = entries_lookup.make(text, optional);
+    list->append(record);
+    // A text that is there twice is found through its first record; the second stays in the list, unfound.
+    if (list == &entries_prefix_list)
+        entries_lookup.add_prefix(record);
+    else
+        entries_lookup.add(entries_lookup.export_sections, record);
+}
+
+entries_file_sym* find_matching_entry(const char* name, entries_file_sym** table) {
+    std::uint32_t hash = 0;
+    std::uint32_t length = 0;
+    for (; name[length]; ++length)  // on purpose the characters are signed: 0x80 and above subtract
+        hash = (hash << 4) + static_cast<std::uint32_t>(static_cast<signed char>(name[length]));
+    last_length = length;
+    hash_key = (hash * 0x4E67C98CU) >> fixed_hash_key;
+    return entries_lookup.find(index_of(table), {name, length});
+}
+
+bool is_entries_symbol(COFF_SYMBOL* sym) {
+    if (entries_files_list.size() == 0)
+        return true;
+    // Entries have at most 255 characters: what lies behind them in a name, however long, is never looked at.
+    const std::string_view name(sym->name(), strnlen(sym->name(), max_token + 1));
+    if (name.size() <= max_token) {
+        if (entries_file_sym* entry = find_matching_entry(sym->name(), entry_sym_table)) {
+            entry->found = 1;
+            return true;
+        }
+    }
+    if (entries_file_sym* entry = entries_lookup.find_prefix(name)) {
+        entry->found = 1;
+        return true;
+    }
+    if (sym->scnum() <= 0)
+        return false;
+    COFF_SECTION* scn = coff_file.get_section(sym->scnum());
+    return scn && is_exported_symbols_section(scn->name());
+}
+
+bool is_exported_symbols_section(const char* name) {
+    const std::string_view text(name, strnlen(name, max_token + 1));
+    entries_file_sym* entry = entries_lookup.find(entries_lookup.export_sections, text);
+    if (!entry)
+        return false;
+    entry->found = 1;
+    return true;
+}
+
+bool is_entries_section(COFF_SECTION* scn) {
+    if (entries_files_list.size() == 0)
+        return false;
+    // From the whole name down to what stands before its first colon. Longer than every entry: cannot match.
+    const std::string_view name(scn->name(), strnlen(scn->name(), max_token + 1));
+    std::size_t length = name.size();
+    while (length != std::string_view::npos) {
+        if (length <= max_token && entries_lookup.find(entries_lookup.excluded, name.substr(0, length)))
+            return true;
+        length = length == 0 ? std::string_view::npos : name.rfind(':', length - 1);
+    }
+    return false;
+}
+
+void report_missing_symbols() {
+    bool warned = false;
+    for (entries_file_sym* chain : entry_sym_table) {
+        for (const entries_file_sym* entry = chain; entry; entry = entry->next) {
+            if (is_missing(entry)) {
+                std::fprintf(stderr, "WARNING: Symbol %s from entries file not found in %s\n", entry->name.get(),
+                             filename_in);
+                warned = true;
+            }
+        }
+    }
+    for_each_item<entries_file_sym>(entries_prefix_list, [&warned](const entries_file_sym* entry) {
+        if (is_missing(entry)) {
+            std::fprintf(stderr, "WARNING: Prefix %s from entries file not found in %s\n", entry->name.get(),
+                         filename_in);
+            warned = true;
+        }
+    });
+    for_each_item<entries_file_sym>(entries_symbols_section_list, [&warned](const entries_file_sym* entry) {
+        if (is_missing(entry)) {
+            std::fprintf(stderr, "WARNING: Section %s from entries file not found in %s\n", entry->name.get(),
+                         filename_in);
+            warned = true;
+        }
+    });
+    if (warned)
+        std::fputs("\n\n", stderr);
+}
+
+void cleanup_entries_table(entries_file_sym** table) {
+    std::fill_n(table, entries_buckets, nullptr);
+}
+
+void cleanup_entries_lists() {
+    cleanup_entries_table(entry_sym_table);
+    cleanup_entries_table(entry_section_table);
+    entries_prefix_list.clear();
+    entries_symbols_section_list.clear();
+    entries_lookup.clear();
+}

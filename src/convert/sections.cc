@@ -1,0 +1,204 @@
+// Chooses the sections of the module, sorts them into three groups and numbers them.
+#include "convert/sections.h"
+
+#include <cstring>
+
+#include "coff/coff_section.h"
+#include "convert/entries_files.h"
+#include "driver/options.h"
+#include "msg/allocation.h"
+#include "msg/error_exit.h"
+#include "output/string_table.h"
+#include "packets/address_units.h"
+
+namespace {
+
+/// The COFF section and file flags that decide here.
+enum : std::uint32_t {
+    STYP_DSECT = 0x0001,
+    STYP_NOLOAD = 0x0002,
+    STYP_COPY = 0x0010,
+    STYP_TEXT = 0x0020,
+    STYP_BSS = 0x0080,
+    STYP_ALIGN = 0x0F00,
+    F_RELFLG = 0x0001,
+    F_EXEC = 0x0002,
+};
+
+bool has_flag(COFF_SECTION* scn, std::uint32_t flag) {
+    return (scn->sh_flags() & flag) != 0;
+}
+
+bool is_cinit(COFF_SECTION* scn) {
+    return std::strcmp(scn->name(), ".cinit") == 0;
+}
+
+/// The section's size in bytes without wrap-around.
+std::uint64_t wide_size(COFF_SECTION* scn) {
+    return std::uint64_t{scn->size_in_words()} * (scn->wordsz() / 8U);
+}
+
+bool has_contents(COFF_SECTION* scn) {
+    return scn->sh_scnptr() != 0 && !scn->is_bss() && scn->size_in_words() != 0;
+}
+
+/// Ends the run when the contents do not fit the arithmetic of packets, or when all contents together outgrow the
+/// input, which takes sections that share their bytes in the file. `total` counts the contents seen so far.
+void check_contents_size(COFF_SECTION* scn, std::uint64_t& total) {
+    const std::uint64_t size = wide_size(scn);
+    const std::int32_t packed = AUtobyte(static_cast<std::int32_t>(scn->size_in_words()), scn->wordsz());
+    if (packed < 0 || size != static_cast<std::uint64_t>(packed))
+        error_exit("ERROR: Section %s: contents of %llu bytes are too large\n", scn->name(),
+                   static_cast<unsigned long long>(size));
+    total += size;
+    if (total > proportionate_size())
+        error_exit("ERROR: Section %s: the contents of the sections are out of proportion to the input\n", scn->name());
+}
+
+std::uint16_t section_type(COFF_SECTION* scn) {
+    // The order of the tests decides: a section that is both text and bss is code.
+    if (has_flag(scn, STYP_TEXT))
+        return velm_scn_code;
+    if (has_flag(scn, STYP_BSS))
+        return velm_scn_uninitialised;
+    if (has_flag(scn, STYP_COPY) && is_cinit(scn))
+        return velm_scn_init_table;
+    return velm_scn_data;
+}
+
+/// The flags that say how the loader treats the contents.
+std::uint32_t load_flags(COFF_SECTION* scn) {
+    // Nobody runs the start-up code of a file that is not executable: its initialisation tables are the loader's work.
+    const bool loader_initialises = (coff_file.fh_flags() & F_EXEC) == 0 && !allow_runtime_cinit;
+    if (is_cinit(scn) && !has_flag(scn, STYP_COPY) && loader_initialises)
+        scn->add_flag(STYP_COPY);
+    const bool copied = has_flag(scn, STYP_COPY);
+    std::uint32_t flags = 0;
+    // On purpose a bss section with a file pointer counts as one with data here, though it gets no packets, and a copy
+    // section with contents counts only when it is ".cinit", though it gets packets.
+    if (scn->sh_scnptr() != 0 && (!copied || is_cinit(scn)))
+        flags |= velm_scn_has_data;
+    if (!copied && (coff_file.fh_flags() & F_RELFLG) == 0)
+        flags |= velm_scn_relocated;
+    return flags;
+}
+
+void copy_reloc(const reloc& from, reloc_record& to) {
+    to.r_vaddr = from.r_vaddr;
+    to.r_symndx = from.r_symndx;  // the four bytes of a field relocation as well
+    if (is_field_reloc(from.r_type))
+        to.r_field.unused = 0;
+    to.r_disp = has_displacement(from.r_type) ? from.r_disp : std::uint16_t{0};
+    to.r_type = from.r_type;
+}
+
+/// Puts the header into the group of its kind. Reads the COFF flags as init_sect_flags left them.
+void add_to_group(velm_scnhdr* hdr, COFF_SECTION* scn) {
+    if (!has_flag(scn, STYP_COPY)) {
+        const bool loaded = (hdr->flags & (velm_scn_relocated | velm_scn_has_data)) != 0;
+        (loaded ? velm_file.loaded_sections : velm_file.other_sections).append(hdr);
+    } else if ((hdr->flags & velm_scn_type_mask) == velm_scn_init_table) {
+        velm_file.copy_sections.prepend(hdr);
+    } else {
+        velm_file.copy_sections.append(hdr);
+    }
+}
+
+velm_scnhdr* new_section_header() {
+    const allocation_scope scope("ERROR: Unable to allocate storage for sectionheader entry\n");
+    return velm_file.section_pool.make();
+}
+
+/// Adds the section, which is kept, to the model. `total_contents`: bytes of contents in the module so far.
+void init_sect_hdr(COFF_SECTION* scn, std::uint32_t coff_scnum, std::uint64_t& total_contents) {
+    velm_scnhdr* hdr = new_section_header();
+    hdr->coff_name = scn->name();
+    hdr->wordsz = scn->wordsz();
+    hdr->coff_scnum = coff_scnum;
+    if (!symbols_only) {  // with -s neither is ever looked at, so neither is read
+        if (has_contents(scn)) {
+            check_contents_size(scn, total_contents);
+            hdr->raw_data = scn->raw_data();
+        }
+        init_sect_relocs(scn, hdr);
+    }
+    init_sect_flags(hdr, scn);
+    hdr->paddr = scn->sh_paddr();
+    hdr->vaddr = scn->sh_vaddr();
+    hdr->page = scn->sh_page();
+    hdr->size = scn->size_in_words();
+    add_to_group(hdr, scn);
+}
+
+void number_sections() {
+    for (SLIST* group : velm_file.section_groups) {
+        for_each_item<velm_scnhdr>(*group, [](velm_scnhdr* hdr) {
+            c2v_scn_xtbl[hdr->coff_scnum] = ++velm_file.nscns;
+            hdr->name_offset = add_to_string_list(hdr->coff_name);
+        });
+    }
+    velm_file.scn_name_size = velm_file.strtab_size;
+}
+
+}  // namespace
+
+bool keep_section(COFF_SECTION* scn) {
+    const bool referenced = scn_refd[static_cast<std::size_t>(scn->scnum())] != 0;
+    if (symbols_only)
+        return referenced;
+    if (has_flag(scn, STYP_DSECT | STYP_NOLOAD))
+        return false;
+    if (scn->wordsz() != 8 && scn->wordsz() != 16 && scn->wordsz() != 32)
+        error_exit("ERROR: Section %s: a memory width of %d bits is not supported\n", scn->name(), scn->wordsz());
+    // A size that wraps to 0 bytes is no empty section; where the contents are taken, it is refused.
+    const bool empty = scn->size_in_bytes() == 0 && !has_contents(scn);
+    if (empty && !referenced)
+        return false;
+    return !is_entries_section(scn);
+}
+
+void init_sect_hdrs() {
+    const std::uint32_t nscns = coff_file.fh_nscns();
+    {
+        const allocation_scope scope("ERROR: Unable to allocate storage for sect xlation table\n");
+        c2v_scn_xtbl.assign(nscns + std::size_t{1}, 0);
+    }
+    std::uint64_t total_contents = 0;
+    for (std::uint32_t n = 1; n <= nscns; ++n) {
+        COFF_SECTION* scn = coff_file.get_section(static_cast<std::int16_t>(n));
+        if (keep_section(scn))
+            init_sect_hdr(scn, n, total_contents);
+    }
+    number_sections();
+}
+
+void init_sect_flags(velm_scnhdr* hdr, COFF_SECTION* scn) {
+    std::uint32_t flags = 0;
+    if (!symbols_only && scn->size_in_bytes() != 0)
+        flags = load_flags(scn);
+    flags |= scn->sh_flags() & STYP_ALIGN;
+    flags |= section_type(scn);
+    hdr->flags = static_cast<std::uint16_t>(flags);
+    if (flags & velm_scn_relocated)
+        ++velm_file.n_reloc_scns;
+}
+
+void init_sect_relocs(COFF_SECTION* scn, scnhdrlist_entry* hdr) {
+    SLIST& list = *scn->get_reloc_list();
+    hdr->relocs = {};
+    if (list.size() == 0)
+        return;
+    const allocation_scope scope("ERROR: Unable to allocate storage for sect relocation table\n");
+    hdr->reloc_storage = std::make_unique_for_overwrite<reloc_record[]>(list.size());
+    hdr->reloc_pointers = std::make_unique_for_overwrite<reloc_record*[]>(list.size());
+    std::uint32_t count = 0;
+    for_each_item<reloc>(list, [hdr, &count](const reloc* entry) {
+        // 0x5001 is left out as well, on purpose, although the rule for copying names it.
+        if (entry->r_type >= RE_INTERNAL_FIRST && entry->r_type <= RE_INTERNAL_LAST)
+            return;
+        reloc_record* record = &hdr->reloc_storage[count];
+        copy_reloc(*entry, *record);
+        hdr->reloc_pointers[count++] = record;
+    });
+    hdr->relocs = {count, 0, hdr->reloc_pointers.get()};
+}

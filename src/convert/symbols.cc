@@ -1,0 +1,167 @@
+// Chooses, numbers and names the symbols of the module.
+//
+// A symbol is kept when a relocation uses it or when it is external and an entries file names it. It keeps its name
+// when an entries file names it (exported) or when it is undefined (imported); every other kept symbol is nameless and
+// serves relocations only.
+#include "convert/symbols.h"
+
+#include <cstring>
+
+#include "coff/coff_section.h"
+#include "coff/coff_symbol.h"
+#include "coff/coff_symbol_table.h"
+#include "convert/entries_files.h"
+#include "convert/velm_file.h"
+#include "driver/options.h"
+#include "msg/allocation.h"
+#include "msg/error_exit.h"
+#include "output/string_table.h"
+
+namespace {
+
+bool is_entry_point(COFF_SYMBOL* sym) {
+    return std::strcmp(sym->name(), "__DLStart") == 0;
+}
+
+bool is_accepted_class(int sclass) {
+    switch (sclass) {
+    case C_EXT:
+    case C_STAT:
+    case C_EXTREF:
+    case C_LABEL:
+    case C_USTATIC:
+    case C_UEXT:
+    case C_EXTLAB:
+    case C_SYSTEM:
+    case C_STATREG:
+    case C_EXTREG:
+    case C_EXTREFREG:
+    case C_EXTDEF:
+        return true;
+    default:
+        return false;
+    }
+}
+
+/// `scnum`, above 0, as an index into the tables by section number. One above the section count ends the run.
+std::size_t checked_section(int scnum) {
+    if (scnum > coff_file.fh_nscns())
+        error_exit("ERROR: scn_refd array out of bounds\n");
+    return static_cast<std::size_t>(scnum);
+}
+
+void mark_referenced_symbols() {
+    const std::uint32_t nsyms = coff_file.fh_nsyms();
+    {
+        const allocation_scope scope("ERROR: Unable to allocate storage for symbolreferenced table\n");
+        sym_refd.assign(nsyms, 0);
+    }
+    for (int n = 1; n <= coff_file.fh_nscns(); ++n) {
+        COFF_SECTION* scn = coff_file.get_section(static_cast<std::int16_t>(n));
+        for_each_item<reloc>(*scn->get_reloc_list(), [nsyms](const reloc* rec) {
+            if (!is_sym_reloc(rec->r_type, rec->r_symndx))
+                return;
+            if (rec->r_symndx >= nsyms)
+                error_exit("ERROR: sym_refd array out of bounds\n");
+            sym_refd[rec->r_symndx] = 1;
+        });
+    }
+}
+
+void mark_referenced_sections() {
+    {
+        const allocation_scope scope("ERROR: Unable to allocate storage for sect referenced table\n");
+        scn_refd.assign(coff_file.fh_nscns() + std::size_t{1}, 0);
+    }
+    // On purpose this counter takes no notice of auxiliary entries, unlike the COFF index in init_symbol_table: behind
+    // each of them it lags one more. Which sections count as referenced depends on it.
+    std::uint32_t counter = 0;
+    for (SLIST::NODE* node = coff_file.symbol_table()->first_sym(); node; node = node->next) {
+        auto* sym = static_cast<COFF_SYMBOL*>(node->data);
+        if (keep_symbol(sym, counter++) && sym->scnum() > 0)
+            scn_refd[checked_section(sym->scnum())] = 1;
+    }
+}
+
+std::uint16_t module_class(COFF_SYMBOL* sym) {
+    if (!symbols_only && is_entry_point(sym))
+        return velm_local_class;  // the entry point travels in the header, not under a name
+    // Asked first even for undefined symbols: the question marks the entry as found.
+    if (is_entries_symbol(sym) || sym->scnum() == 0)
+        return static_cast<std::uint16_t>(sym->sclass());
+    return velm_local_class;
+}
+
+std::int16_t module_section(COFF_SYMBOL* sym) {
+    if (sym->scnum() <= 0)
+        return sym->scnum();
+    return static_cast<std::int16_t>(c2v_scn_xtbl[checked_section(sym->scnum())]);
+}
+
+velm_symbol* make_symbol(COFF_SYMBOL* sym) {
+    const allocation_scope scope("ERROR: Unable to allocate storage for a VELM symbol\n");
+    if (velm_file.nsyms == UINT16_MAX)
+        error_exit("ERROR: The module would have more than 65535 symbols\n");
+    velm_symbol* record = velm_file.symbol_pool.make();
+    record->coff_name = sym->name();
+    record->value = static_cast<std::uint32_t>(sym->value());
+    record->storage_class = module_class(sym);
+    record->name_offset =
+        record->storage_class == velm_local_class ? velm_no_name : add_to_string_list(record->coff_name);
+    record->section = module_section(sym);
+    record->index = velm_file.nsyms++;
+    velm_file.symbols.append(record);
+    return record;
+}
+
+}  // namespace
+
+void init_reference_tables() {
+    mark_referenced_symbols();
+    mark_referenced_sections();
+}
+
+bool keep_symbol(COFF_SYMBOL* sym, std::uint32_t index) {
+    if (!is_accepted_class(sym->sclass()))
+        return false;
+    const bool external = sym->sclass() == C_EXT || sym->sclass() == C_EXTLAB;
+    if (symbols_only)
+        return sym->scnum() != 0 && external && is_entries_symbol(sym);
+    return sym_refd[index] || (external && is_entries_symbol(sym));
+}
+
+void process_entry_pt(COFF_SYMBOL* sym) {
+    if (symbols_only) {
+        velm_file.entry_point = 0;
+        velm_file.entry_scn = 0;
+        return;
+    }
+    const int scnum = sym->scnum();
+    if (scnum == 0)
+        error_exit("ERROR: Symbol _DLStart is undefined. Improper linkage for entry point\n");
+    if (scnum > coff_file.fh_nscns())
+        error_exit("ERROR: Symbol _DLStart lies in section %d, but there are only %d\n", scnum, coff_file.fh_nscns());
+    velm_file.entry_point = static_cast<std::uint32_t>(sym->value());
+    velm_file.entry_scn = velm_absolute_entry;
+    if (scnum < 0)
+        return;  // absolute: the value is the address
+    velm_file.entry_point -= coff_file.get_section(static_cast<std::int16_t>(scnum))->sh_paddr();
+    velm_file.entry_scn = c2v_scn_xtbl[static_cast<std::size_t>(scnum)];
+}
+
+void init_symbol_table() {
+    COFF_SYMBOL_TABLE* table = coff_file.symbol_table();
+    {
+        const allocation_scope scope("ERROR: Unable to allocate storage for sym xlation table\n");
+        c2v_symbol_xtbl.assign(table->n_syms(), nullptr);
+    }
+    std::uint32_t coff_index = 0;
+    for (SLIST::NODE* node = table->first_sym(); node; node = node->next) {
+        auto* sym = static_cast<COFF_SYMBOL*>(node->data);
+        if (is_entry_point(sym))
+            process_entry_pt(sym);
+        if (keep_symbol(sym, coff_index))
+            c2v_symbol_xtbl[coff_index] = make_symbol(sym);
+        coff_index += sym->has_aux() ? 2U : 1U;  // the slot of an auxiliary entry stays null
+    }
+}

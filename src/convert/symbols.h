@@ -1,0 +1,22 @@
+// Which symbols of the input become symbols of the module, under which names; and the entry point.
+#ifndef MODFORGE_CONVERT_SYMBOLS_H
+#define MODFORGE_CONVERT_SYMBOLS_H
+
+#include <cstdint>
+
+class COFF_SYMBOL;
+
+/// Fills sym_refd and scn_refd. A relocation whose symbol does not exist, and a kept symbol whose section does not,
+/// end the run.
+void init_reference_tables();
+
+/// Whether the symbol goes into the module. `index` is the place in sym_refd to look at.
+bool keep_symbol(COFF_SYMBOL* sym, std::uint32_t index);
+
+/// Takes the module's entry point from the symbol, which is named "__DLStart".
+void process_entry_pt(COFF_SYMBOL* sym);
+
+/// Builds c2v_symbol_xtbl and the module's symbols. Needs the section numbers of init_sect_hdrs().
+void init_symbol_table();
+
+#endif

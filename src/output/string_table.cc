@@ -1,0 +1,59 @@
+// Collects the names of the module, each once, and lays out the table.
+#include "output/string_table.h"
+
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#include "convert/velm_file.h"
+#include "msg/allocation.h"
+#include "msg/error_exit.h"
+
+namespace {
+
+/// The longest name whose length with terminator fits the header's 16 bits.
+constexpr std::size_t longest_name = 65534;
+
+/// Ends the run when a table of `size` bytes is more than the input or the module's format justifies.
+void check_table_size(std::uint64_t size) {
+    if (size > proportionate_size())
+        error_exit("ERROR: The names of the module are out of proportion to the input\n");
+    if (size > UINT32_MAX - 3)
+        error_exit("ERROR: The module would have 4 GiB or more\n");
+}
+
+}  // namespace
+
+std::uint32_t add_to_string_list(const char* name) {
+    const std::string_view text(name, strnlen(name, longest_name + 1));
+    if (text.size() > longest_name)
+        error_exit("ERROR: A name of the module has more than 65534 characters: %.60s...\n", name);
+    const allocation_scope scope("ERROR: Unable to allocate string table entry\n");
+    const std::uint32_t offset = velm_file.string_offsets.find_or_add(text, velm_file.strtab_size);
+    if (offset != velm_file.strtab_size)
+        return offset;  // only a new name can stand at the end of the table
+    const std::size_t length = text.size() + 1;
+    check_table_size(std::uint64_t{velm_file.strtab_size} + length);
+    string_entry* entry = velm_file.string_pool.make();
+    *entry = {name, velm_file.strtab_size};
+    velm_file.strings.append(entry);
+    if (length > velm_file.max_str_len)
+        velm_file.max_str_len = static_cast<std::uint16_t>(length);
+    velm_file.strtab_size += static_cast<std::uint32_t>(length);
+    return entry->offset;
+}
+
+void string_table_create() {
+    velm_file.strtab_size = (velm_file.strtab_size + 3) & ~std::uint32_t{3};
+    create_string_tbl_buf();
+}
+
+void create_string_tbl_buf() {
+    const allocation_scope scope("ERROR: Unable to allocate storage for the string table\n");
+    velm_file.string_table = std::make_unique<std::uint32_t[]>(velm_file.strtab_size / 4);
+    str_table_buf = velm_file.string_table.get();
+    auto* bytes = reinterpret_cast<char*>(velm_file.string_table.get());
+    for_each_item<string_entry>(velm_file.strings, [bytes](const string_entry* entry) {
+        std::strcpy(bytes + entry->offset, entry->name);
+    });
+}
