@@ -113,7 +113,8 @@ bool is_missing(const entries_file_sym* entry) {
 void setup_entries_lists() {
     if (entries_files_list.size() == 0)
         return;
-    for_each_item<const char>(entries_files_list, read_entries_file);
+    for (const char* name : items<const char>(entries_files_list))
+        read_entries_file(name);
     add_an_entry("-__DLModules", entry_sym_table);
     add_an_entry("-.bss", entry_sym_table);
 }
@@ -222,20 +223,20 @@ void report_missing_symbols() {
             }
         }
     }
-    for_each_item<entries_file_sym>(entries_prefix_list, [&warned](const entries_file_sym* entry) {
+    for (const entries_file_sym* entry : items<entries_file_sym>(entries_prefix_list)) {
         if (is_missing(entry)) {
             std::fprintf(stderr, "WARNING: Prefix %s from entries file not found in %s\n", entry->name.get(),
                          filename_in);
             warned = true;
         }
-    });
-    for_each_item<entries_file_sym>(entries_symbols_section_list, [&warned](const entries_file_sym* entry) {
+    }
+    for (const entries_file_sym* entry : items<entries_file_sym>(entries_symbols_section_list)) {
         if (is_missing(entry)) {
             std::fprintf(stderr, "WARNING: Section %s from entries file not found in %s\n", entry->name.get(),
                          filename_in);
             warned = true;
         }
-    });
+    }
     if (warned)
         std::fputs("\n\n", stderr);
 }

@@ -132,10 +132,10 @@ void init_sect_hdr(COFF_SECTION* scn, std::uint32_t coff_scnum, std::uint64_t& t
 
 void number_sections() {
     for (SLIST* group : velm_file.section_groups) {
-        for_each_item<velm_scnhdr>(*group, [](velm_scnhdr* hdr) {
+        for (velm_scnhdr* hdr : items<velm_scnhdr>(*group)) {
             c2v_scn_xtbl[hdr->coff_scnum] = ++velm_file.nscns;
             hdr->name_offset = add_to_string_list(hdr->coff_name);
-        });
+        }
     }
     velm_file.scn_name_size = velm_file.strtab_size;
 }
@@ -192,13 +192,13 @@ void init_sect_relocs(COFF_SECTION* scn, scnhdrlist_entry* hdr) {
     hdr->reloc_storage = std::make_unique_for_overwrite<reloc_record[]>(list.size());
     hdr->reloc_pointers = std::make_unique_for_overwrite<reloc_record*[]>(list.size());
     std::uint32_t count = 0;
-    for_each_item<reloc>(list, [hdr, &count](const reloc* entry) {
+    for (const reloc* entry : items<reloc>(list)) {
         // 0x5001 is left out as well, on purpose, although the rule for copying names it.
         if (entry->r_type >= RE_INTERNAL_FIRST && entry->r_type <= RE_INTERNAL_LAST)
-            return;
+            continue;
         reloc_record* record = &hdr->reloc_storage[count];
         copy_reloc(*entry, *record);
         hdr->reloc_pointers[count++] = record;
-    });
+    }
     hdr->relocs = {count, 0, hdr->reloc_pointers.get()};
 }

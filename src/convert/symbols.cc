@@ -58,13 +58,13 @@ void mark_referenced_symbols() {
     }
     for (int n = 1; n <= coff_file.fh_nscns(); ++n) {
         COFF_SECTION* scn = coff_file.get_section(static_cast<std::int16_t>(n));
-        for_each_item<reloc>(*scn->get_reloc_list(), [nsyms](const reloc* rec) {
+        for (const reloc* rec : items<reloc>(*scn->get_reloc_list())) {
             if (!is_sym_reloc(rec->r_type, rec->r_symndx))
-                return;
+                continue;
             if (rec->r_symndx >= nsyms)
                 error_exit("ERROR: sym_refd array out of bounds\n");
             sym_refd[rec->r_symndx] = 1;
-        });
+        }
     }
 }
 
@@ -76,7 +76,7 @@ void mark_referenced_sections() {
     // On purpose this counter takes no notice of auxiliary entries, unlike the COFF index in init_symbol_table: behind
     // each of them it lags one more. Which sections count as referenced depends on it.
     std::uint32_t counter = 0;
-    for (SLIST::NODE* node = coff_file.symbol_table()->first_sym(); node; node = node->next) {
+    for (SLIST::NODE* node = coff_file.symbol_table()->first_sym(); node; node = node->mylist()->next(node)) {
         auto* sym = static_cast<COFF_SYMBOL*>(node->data);
         if (keep_symbol(sym, counter++) && sym->scnum() > 0)
             scn_refd[checked_section(sym->scnum())] = 1;
@@ -156,7 +156,7 @@ void init_symbol_table() {
         c2v_symbol_xtbl.assign(table->n_syms(), nullptr);
     }
     std::uint32_t coff_index = 0;
-    for (SLIST::NODE* node = table->first_sym(); node; node = node->next) {
+    for (SLIST::NODE* node = table->first_sym(); node; node = node->mylist()->next(node)) {
         auto* sym = static_cast<COFF_SYMBOL*>(node->data);
         if (is_entry_point(sym))
             process_entry_pt(sym);

@@ -82,13 +82,6 @@ extern std::vector<velm_symbol*> c2v_symbol_xtbl;  ///< COFF symbol index to mod
 extern std::vector<std::uint8_t> sym_refd;         ///< by COFF symbol index: some relocation uses it
 extern std::vector<std::uint8_t> scn_refd;         ///< by COFF section number: some kept symbol lies in it
 
-/// Calls `visit` with each item of `list`, as a TYPE*, in list order.
-template <typename TYPE, typename VISIT>
-void for_each_item(SLIST& list, VISIT visit) {
-    for (SLIST::NODE* node = list.begin(); node; node = list.next(node))
-        visit(static_cast<TYPE*>(node->data));
-}
-
 /// Builds the whole model from coff_file, the options and the entries files; only packets, the string table's buffer
 /// and checksums are left for later. A fault in the input ends the run with a message.
 void init_velm_file();

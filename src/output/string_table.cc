@@ -53,7 +53,6 @@ void create_string_tbl_buf() {
     velm_file.string_table = std::make_unique<std::uint32_t[]>(velm_file.strtab_size / 4);
     str_table_buf = velm_file.string_table.get();
     auto* bytes = reinterpret_cast<char*>(velm_file.string_table.get());
-    for_each_item<string_entry>(velm_file.strings, [bytes](const string_entry* entry) {
+    for (const string_entry* entry : items<string_entry>(velm_file.strings))
         std::strcpy(bytes + entry->offset, entry->name);
-    });
 }

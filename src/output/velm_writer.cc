@@ -85,8 +85,7 @@ void write_text(const char* bytes, std::size_t size, std::FILE* stream) {
 }
 
 /// Writes one record of the file, of which `record` may be the beginning of something longer.
-template <typename RECORD>
-void write_record(const RECORD& record, std::FILE* stream) {
+template <typename RECORD> void write_record(const RECORD& record, std::FILE* stream) {
     write_data(&record, sizeof record, 1, stream);
 }
 
@@ -99,7 +98,8 @@ void warn_of_input_as_output() {
 void write_packet(image_packet& packet, std::FILE* stream) {
     write_record<velm_packet_header>(packet, stream);
     write_data(packet.data.get(), 4, (packet.data_size + 3) / 4, stream);
-    for_each_item<reloc_record>(packet.relocs, [stream](const reloc_record* rec) { write_record(*rec, stream); });
+    for (const reloc_record* rec : items<reloc_record>(packet.relocs))
+        write_record(*rec, stream);
 }
 
 }  // namespace
@@ -138,28 +138,30 @@ void write_data(const void* buf, unsigned size, unsigned count, std::FILE* strea
 }
 
 void write_section_headers(std::FILE* stream) {
-    for (SLIST* group : velm_file.section_groups)
-        for_each_item<velm_scnhdr>(
-            *group, [stream](const velm_scnhdr* hdr) { write_record<velm_scnhdr_record>(*hdr, stream); });
+    for (SLIST* group : velm_file.section_groups) {
+        for (const velm_scnhdr* hdr : items<velm_scnhdr>(*group))
+            write_record<velm_scnhdr_record>(*hdr, stream);
+    }
 }
 
 void write_symbol_table(std::FILE* stream) {
-    for_each_item<velm_symbol>(velm_file.symbols,
-                               [stream](const velm_symbol* sym) { write_record<velm_symbol_record>(*sym, stream); });
+    for (const velm_symbol* sym : items<velm_symbol>(velm_file.symbols))
+        write_record<velm_symbol_record>(*sym, stream);
 }
 
 void write_im_n_relocs(std::FILE* stream) {
-    for_each_item<SLIST>(velm_file.packets, [stream](SLIST* packets) {
-        for_each_item<image_packet>(*packets, [stream](image_packet* packet) { write_packet(*packet, stream); });
-    });
+    for (SLIST* packets : items<SLIST>(velm_file.packets)) {
+        for (image_packet* packet : items<image_packet>(*packets))
+            write_packet(*packet, stream);
+    }
 }
 
 void dump_exported_symbols_list() {
     std::fputs("EXPORTED SYMBOLS LIST \n", stdout);
     std::fputs("=====================\n\n", stdout);
-    for_each_item<velm_symbol>(velm_file.symbols, [](const velm_symbol* sym) {
+    for (const velm_symbol* sym : items<velm_symbol>(velm_file.symbols)) {
         if (sym->storage_class != velm_local_class && sym->section != 0)
             std::printf("%s\n", sym->coff_name);
-    });
+    }
     std::fputs("\n\n", stdout);
 }

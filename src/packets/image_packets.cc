@@ -99,15 +99,15 @@ void build_velm() {
 
 void build_image_n_reloc_packets() {
     for (SLIST* group : velm_file.section_groups) {
-        for_each_item<velm_scnhdr>(*group, [group](velm_scnhdr* section) {
+        for (velm_scnhdr* section : items<velm_scnhdr>(*group)) {
             if (!section->raw_data)
-                return;
+                continue;
             section->first_packet = cur_byte_offset;
             split_up_section(section);
             // Only now: placing the relocations needed the real load address.
             if (group == &velm_file.copy_sections)
                 section->paddr = section->vaddr = 0;
-        });
+        }
     }
 }
 

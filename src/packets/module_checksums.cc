@@ -11,8 +11,7 @@
 namespace {
 
 /// Sum of the first `words` words of a record of the file.
-template <typename RECORD>
-std::uint32_t sum_record(const RECORD& record, int words = sizeof(RECORD) / 4) {
+template <typename RECORD> std::uint32_t sum_record(const RECORD& record, int words = sizeof(RECORD) / 4) {
     const auto image = std::bit_cast<std::array<std::uint32_t, sizeof(RECORD) / 4>>(record);
     return sum_values(image.data(), words);
 }
@@ -20,7 +19,8 @@ std::uint32_t sum_record(const RECORD& record, int words = sizeof(RECORD) / 4) {
 std::uint32_t sum_packet(image_packet& packet) {
     std::uint32_t sum = sum_record<velm_packet_header>(packet, 2);  // the checksum itself is left out
     sum += sum_values(packet.data.get(), static_cast<int>((packet.data_size + 3) / 4));
-    for_each_item<reloc_record>(packet.relocs, [&sum](const reloc_record* rec) { sum += sum_record(*rec); });
+    for (const reloc_record* rec : items<reloc_record>(packet.relocs))
+        sum += sum_record(*rec);
     return sum;
 }
 
@@ -44,20 +44,21 @@ void build_string_table_checksum() {
 void build_sect_hdr_checksum() {
     std::uint32_t sum = 0;
     for (SLIST* group : velm_file.section_groups)
-        for_each_item<velm_scnhdr>(*group,
-                                   [&sum](const velm_scnhdr* hdr) { sum += sum_record<velm_scnhdr_record>(*hdr); });
+        for (const velm_scnhdr* hdr : items<velm_scnhdr>(*group))
+            sum += sum_record<velm_scnhdr_record>(*hdr);
     velm_file.scnhdr_checksum = ~sum;
 }
 
 void build_symbol_table_checksum() {
     std::uint32_t sum = 0;
-    for_each_item<velm_symbol>(velm_file.symbols,
-                               [&sum](const velm_symbol* sym) { sum += sum_record<velm_symbol_record>(*sym); });
+    for (const velm_symbol* sym : items<velm_symbol>(velm_file.symbols))
+        sum += sum_record<velm_symbol_record>(*sym);
     velm_file.symtab_checksum = ~sum;
 }
 
 void build_packet_checksum() {
-    for_each_item<SLIST>(velm_file.packets, [](SLIST* packets) {
-        for_each_item<image_packet>(*packets, [](image_packet* packet) { packet->checksum = ~sum_packet(*packet); });
-    });
+    for (SLIST* packets : items<SLIST>(velm_file.packets)) {
+        for (image_packet* packet : items<image_packet>(*packets))
+            packet->checksum = ~sum_packet(*packet);
+    }
 }

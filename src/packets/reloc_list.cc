@@ -56,9 +56,7 @@ public:
     std::int32_t cursor() const { return static_cast<std::int32_t>(table_->reloc_start); }
 
     /// Bytes from the start of the packet to the field of an untranslated record.
-    std::int32_t offset_of(const reloc_record* rec) const {
-        return wrapping_sub(get_reloc_addr(rec, width_), origin_);
-    }
+    std::int32_t offset_of(const reloc_record* rec) const { return wrapping_sub(get_reloc_addr(rec, width_), origin_); }
 
     /// The byte behind the container of the field of `rec`, which lies at byte `off`.
     static std::int32_t end_of_field(std::int32_t off, const reloc_record* rec) {

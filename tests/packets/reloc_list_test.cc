@@ -33,7 +33,8 @@ public:
         SLIST list;
         const std::int32_t count = build_reloc_list(&hdr_, start, &size, &list);
         offsets_.clear();
-        for_each_item<reloc_record>(list, [this](const reloc_record* rec) { offsets_.push_back(rec->r_vaddr); });
+        for (const reloc_record* rec : items<reloc_record>(list))
+            offsets_.push_back(rec->r_vaddr);
         EXPECT_EQ(static_cast<std::size_t>(count), offsets_.size());
         return size;
     }
