@@ -5,7 +5,6 @@
 #ifndef MODFORGE_CONVERT_ENTRIES_FILES_H
 #define MODFORGE_CONVERT_ENTRIES_FILES_H
 
-#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -59,7 +58,7 @@ private:
     record_pool<entries_file_sym> pool_;
     std::vector<entries_file_sym*> records_;  ///< what the numbers in the indices stand for
     name_index prefixes_;
-    std::array<bool, 256> prefix_lengths_{};  ///< which lengths a prefix has
+    std::vector<std::uint32_t> prefix_lengths_;  ///< each once
 };
 
 extern entries_file_sym* entry_sym_table[entries_buckets];      ///< symbol names

@@ -1,4 +1,5 @@
 // The quick way to the entries: a thousand prefixes must not be tried on sixty thousand symbols one by one.
+#include <algorithm>
 #include <cstring>
 
 #include "convert/entries_files.h"
@@ -16,7 +17,7 @@ entries_file_sym* entries_index::make(std::string_view name, bool optional) {
 void entries_index::clear() {
     for (name_index* index : {&symbols, &excluded, &export_sections, &prefixes_})
         index->clear();
-    prefix_lengths_.fill(false);
+    prefix_lengths_.clear();
     records_.clear();
     pool_.clear();
 }
@@ -34,8 +35,8 @@ void entries_index::add(name_index& index, entries_file_sym* record) {
 entries_file_sym* entries_index::find_prefix(std::string_view name) const {
     // The numbers grow in the order of addition, so the least one is the first in the list.
     const std::uint32_t* first = nullptr;
-    for (std::size_t length = 0; length < prefix_lengths_.size() && length <= name.size(); ++length) {
-        if (!prefix_lengths_[length])
+    for (const std::uint32_t length : prefix_lengths_) {
+        if (length > name.size())
             continue;
         const std::uint32_t* number = prefixes_.find(name.substr(0, length));
         if (number && (!first || *number < *first))
@@ -45,6 +46,8 @@ entries_file_sym* entries_index::find_prefix(std::string_view name) const {
 }
 
 void entries_index::add_prefix(entries_file_sym* record) {
-    prefix_lengths_[record->length] = true;  // tokens have at most 255 characters
+    // Tokens have at most 255 characters, so there are few lengths.
+    if (std::find(prefix_lengths_.begin(), prefix_lengths_.end(), record->length) == prefix_lengths_.end())
+        prefix_lengths_.push_back(record->length);
     add(prefixes_, record);
 }
