@@ -33,11 +33,6 @@ bool is_cinit(COFF_SECTION* scn) {
     return std::strcmp(scn->name(), ".cinit") == 0;
 }
 
-/// The section's size in bytes without wrap-around.
-std::uint64_t wide_size(COFF_SECTION* scn) {
-    return std::uint64_t{scn->size_in_words()} * (scn->wordsz() / 8U);
-}
-
 bool has_contents(COFF_SECTION* scn) {
     return scn->sh_scnptr() != 0 && !scn->is_bss() && scn->size_in_words() != 0;
 }
@@ -45,7 +40,7 @@ bool has_contents(COFF_SECTION* scn) {
 /// Ends the run when the contents do not fit the arithmetic of packets, or when all contents together outgrow the
 /// input, which takes sections that share their bytes in the file. `total` counts the contents seen so far.
 void check_contents_size(COFF_SECTION* scn, std::uint64_t& total) {
-    const std::uint64_t size = wide_size(scn);
+    const std::uint64_t size = scn->byte_size();
     const std::int32_t packed = AUtobyte(static_cast<std::int32_t>(scn->size_in_words()), scn->wordsz());
     if (packed < 0 || size != static_cast<std::uint64_t>(packed))
         error_exit("ERROR: Section %s: contents of %llu bytes are too large\n", scn->name(),

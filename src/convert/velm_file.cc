@@ -82,5 +82,5 @@ void cleanup_velm() {
 }
 
 std::uint64_t proportionate_size() {
-    return 16 * static_cast<std::uint64_t>(coff_file.length()) + (std::uint64_t{16} << 20);
+    return 16 * static_cast<std::uint64_t>(coff_file.file_length()) + (std::uint64_t{16} << 20);
 }
