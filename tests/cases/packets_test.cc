@@ -117,6 +117,18 @@ TEST(Packets, OfTheDefaultSizeEndAtTheSameFields) {
     }
 }
 
+// For each type a section for each extent: its field begins so near the packet's end that it crosses from there on.
+TEST(Packets, EveryTypeHasItsExtent) {
+    coff_image image;
+    for (std::uint32_t type = 0; type < 0x4020; type = type == 199 ? 0x3FF0 : type + 1)
+        for (const std::uint32_t extent : {1U, 2U, 3U, 4U, 8U})
+            image.sections.push_back({.contents = bytes(316),
+                                      .relocs = {{.vaddr = 301 - extent, .type = static_cast<std::uint16_t>(type)}}});
+    conversion_request request = request_for(image);
+    request.packet_size = 300;
+    expect_as_predicted(request);
+}
+
 TEST(Packets, RelocationsThatLieOddAreToldOf) {
     const std::string warning = "WARNING: Section .text: relocations out of order or outside its packets\n";
     const struct {

@@ -36,7 +36,7 @@ public:
 
     support::conversion_request request() {
         make_image();
-        support::conversion_request made{.input_name = pick({"app.out", "x", "a.b.c"}), .input = image_.data()};
+        support::conversion_request made{.input_name = pick({"app.out", "x", "./a.b.c"}), .input = image_.data()};
         made.symbols_only = chance(15);
         made.c_text = chance(10);
         made.quiet = chance(15);

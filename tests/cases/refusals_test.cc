@@ -117,6 +117,8 @@ TEST(Refusals, OdditiesThatConvert) {
              i.symbols.clear(), i.sections[0].relocs.clear(), i.symptr = 0xFFFFFFFF, i.string_table = false;
          }},
         {"no sections, no symbols", [](auto& i) { i.sections.clear(), i.symbols.clear(), i.target_id = 0x1234; }},
+        {"an optional header that the file lacks",
+         [](auto& i) { i.sections.clear(), i.symbols.clear(), i.opthdr = 28, i.string_table = false; }},
         {"no string table and no need of one", [](auto& i) { i.symbols.pop_back(), i.string_table = false; }},
         {"a broken string table and no need of it", [](auto& i) { i.symbols.pop_back(), i.string_table_length = 1; }},
         {"eight zero bytes are the empty name",
