@@ -284,11 +284,14 @@ private:
             i32 size = std::min(length - start, request_.packet_size);
             const i32 first = cursor;
             cursor = end_of_packet(scn, start, first, size);
+            bytes relocs;
+            for (i32 i = first; i < cursor; ++i) {
+                odd |= offset(scn, i, start) + extent(relocation_at(scn, i)) > size;
+                add_relocation(relocs, scn, i, start);
+            }
             if (size <= 0)
                 throw run_over{};
-            for (i32 i = first; i < cursor; ++i)
-                odd |= offset(scn, i, start) + extent(relocation_at(scn, i)) > size;
-            add_packet(scn, start, size, first, cursor);
+            add_packet(scn, start, size, relocs);
             start += size;
         }
         const i32 count = static_cast<i32>(scn.relocs.size());
@@ -340,15 +343,13 @@ private:
         return i;
     }
 
-    void add_packet(section& scn, i32 start, i32 size, i32 first, i32 last) {
-        bytes body;
+    void add_packet(section& scn, i32 start, i32 size, const bytes& relocs) {
         const auto from = scn.contents->begin() + start;
-        body.assign(from, from + size);
+        bytes body(from, from + size);
         body.resize((body.size() + 3) / 4 * 4);
-        for (i32 i = first; i < last; ++i)
-            add_relocation(body, scn, i, start);
+        append(body, relocs);
         bytes head;
-        put(head, 4, static_cast<u32>(last - first), host);
+        put(head, 4, static_cast<u32>(relocs.size() / 12), host);
         put(head, 4, static_cast<u32>(size), host);
         append(packets_, head);
         put(packets_, 4, ~(sum(head) + sum(body)), host);
