@@ -252,7 +252,7 @@ private:
     u32 add_string(const std::string& name) {
         const auto [place, added] = strings_.try_emplace(name, static_cast<u32>(string_table_.size()));
         if (added) {
-            if (name.size() > 65534)
+            if (name.size() > 65534 || string_table_.size() > memory_limit(request_.input))
                 throw run_over{};
             longest_string_ = std::max(longest_string_, name.size() + 1);
             append(string_table_, name);

@@ -41,11 +41,11 @@ private:
         input_.entry_point = optional_size == 0 ? 0xFFFFFFFF : 0;
         if (optional_size == 28 && holds(data_, 22, 28))
             input_.entry_point = word(22 + 16);
-        if (half(2) > 32767)
-            throw run_over{};
         u32 at = optional_size == 28 ? 50 : 22;
         for (u32 i = 0; i < half(2); ++i, at += 48)
             read_section_header(at);
+        if (half(2) > 32767)
+            throw run_over{};
     }
 
     void read_section_header(u32 at) {
