@@ -1,0 +1,53 @@
+// What the README shows is in examples/, works, and is all there is.
+#include <gmock/gmock.h>
+
+#include <bit>
+#include <regex>
+#include <string>
+
+#include "support/run_program.h"
+
+namespace {
+
+using namespace support;
+using testing::HasSubstr;
+
+const std::string source = MODFORGE_SOURCE_DIR;
+
+std::string text_of(const std::string& path) {
+    const bytes data = read_file(path);
+    return {data.begin(), data.end()};
+}
+
+TEST(Readme, ShowsTheEntriesFileThatIsShipped) {
+    EXPECT_THAT(text_of(source + "/README.md"),
+                HasSubstr("```\n" + text_of(source + "/examples/audio.entries") + "```"));
+}
+
+TEST(Readme, ExampleGivesTheModuleThatIsShipped) {
+    if (std::endian::native != std::endian::little)
+        GTEST_SKIP() << "the module in examples/ is little-endian";
+    const temporary_directory room;
+    for (const char* name : {"audio.out", "audio.entries"})
+        room.write(name, read_file(source + "/examples/" + name));
+    const run_result run = run_program({MODFORGE_PROGRAM, "-e=audio.entries", "audio.out"}, {.directory = room.path()});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, "");
+    const bytes module = read_file(room.file("audio.vlm"));
+    EXPECT_EQ(module, read_file(source + "/examples/audio.vlm"));
+    const std::string size = std::to_string(module.size());
+    EXPECT_THAT(text_of(source + "/README.md"),
+                HasSubstr(size.substr(0, size.size() - 3) + "," + size.substr(size.size() - 3) + " bytes"));
+}
+
+TEST(Readme, ExplainsEveryOptionOfTheUsageText) {
+    const std::string readme = text_of(source + "/README.md");
+    const std::string usage = run_program({MODFORGE_PROGRAM, "-?"}).err;
+    const std::regex option(R"(\[(-[a-z?]+=?))");
+    int options = 0;
+    for (std::sregex_iterator at(usage.begin(), usage.end(), option), end; at != end; ++at, ++options)
+        EXPECT_THAT(readme, HasSubstr("`" + (*at)[1].str())) << usage;
+    EXPECT_EQ(options, 7);
+}
+
+}  // namespace
