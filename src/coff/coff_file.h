@@ -147,6 +147,9 @@ public:
     /// Loads the string table if the input holds a sound one. False, without a word, if not.
     bool try_load_strings();
 
+    /// The first part of dump(): file header and optional header.
+    void dump_header(std::FILE* out) const;
+
 private:
     struct added_string {
         std::string text;  ///< the key in string_hash_, whose owner may be gone
@@ -168,7 +171,6 @@ private:
     std::uint32_t place(std::uint64_t& position, std::uint64_t size) const;
     void write_headers(std::FILE* fp);
     void write_strtab(std::FILE* fp) const;
-    void dump_header(std::FILE* out) const;
 
     std::unique_ptr<std::string> file_name_;  ///< null if read from a stream
     std::FILE* fp_ = nullptr;

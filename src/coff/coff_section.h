@@ -186,6 +186,12 @@ public:
     /// Line number `index` (from 0); null past the end.
     const lineno_slot* lnno(std::uint32_t index);
 
+    // The parts of dump(). What the file does not hold is named as missing.
+    void dump_header(std::FILE* out) const;
+    void dump_contents(std::FILE* out);
+    void dump_relocs(std::FILE* out) const;
+    void dump_lines(std::FILE* out);
+
 private:
     void decode_relocs(std::uint32_t count);
     void encode_name();
@@ -194,7 +200,6 @@ private:
     unsigned char* room(const char* where, std::uint32_t size);
     unsigned char* encoded_number(const char* where);
     void advance_to(const unsigned char* place);
-    void dump_header(std::FILE* out) const;
 
     COFF_FILE* file_ = nullptr;
     const char* name_ = "";  ///< in own_name_, or in the file's string table

@@ -8,6 +8,7 @@
 #include "coff/coff_section.h"
 #include "coff/listing_text.h"
 #include "msg/user_msg.h"
+#include "packets/reloc_fields.h"
 
 namespace {
 
@@ -50,7 +51,11 @@ bool is_constant(std::uint16_t type) {
     return type == RE_PUSHSK || type == RE_PUSHUK;
 }
 
-void dump_contents(const unsigned char* contents, std::uint32_t size, std::FILE* out) {
+bool refers_to_symbol(const reloc& entry) {
+    return !is_field_reloc(entry.r_type) && !is_constant(entry.r_type) && entry.r_symndx != no_symbol;
+}
+
+void print_bytes(const unsigned char* contents, std::uint32_t size, std::FILE* out) {
     for (std::uint32_t line = 0; line < size; line += bytes_per_line) {
         std::fprintf(out, "    %08X ", line);
         for (std::uint32_t k = line; k < size && k < line + bytes_per_line; ++k)
@@ -76,7 +81,10 @@ void print_reloc(const reloc& entry, COFF_FILE* file, const char* type_name, std
                      entry.r_field.r_wordsz);
     else if (is_constant(entry.r_type))
         std::fprintf(out, "  constant 0x%08X", entry.r_symndx);
-    else if (entry.r_symndx != no_symbol) {
+    else if (const int bits = reloc_size(entry.r_type); bits != 0)
+        std::fprintf(out, "  %d bits at bit %d of %d", bits, reloc_offset(entry.r_type),
+                     reloc_stop(entry.r_type, bits));
+    if (refers_to_symbol(entry)) {
         const char* const name = symbol_name(file, entry.r_symndx);
         std::fprintf(out, "  symbol %u (%s)", entry.r_symndx, name ? printable(name).c_str() : "none");
     }
@@ -93,7 +101,10 @@ void print_reloc_xml(const reloc& entry, COFF_FILE* file, const char* type_name,
                      entry.r_field.r_fieldsz, entry.r_field.r_wordsz);
     else if (is_constant(entry.r_type))
         std::fprintf(out, " constant=\"0x%08X\"", entry.r_symndx);
-    else if (entry.r_symndx != no_symbol) {
+    else if (const int bits = reloc_size(entry.r_type); bits != 0)
+        std::fprintf(out, " bit_offset=\"%d\" field_bits=\"%d\" container_bits=\"%d\"", reloc_offset(entry.r_type),
+                     bits, reloc_stop(entry.r_type, bits));
+    if (refers_to_symbol(entry)) {
         std::fprintf(out, " symbol=\"%u\"", entry.r_symndx);
         if (const char* const name = symbol_name(file, entry.r_symndx))
             std::fprintf(out, " symbol_name=\"%s\"", xml_text(name).c_str());
@@ -124,17 +135,28 @@ void COFF_SECTION::dump_header(std::FILE* out) const {
 
 void COFF_SECTION::dump(std::FILE* out) {
     dump_header(out);
+    dump_contents(out);
+    dump_relocs(out);
+    dump_lines(out);
+}
+
+void COFF_SECTION::dump_contents(std::FILE* out) {
     if (has_contents() && !written_ && contents_in_file()) {
         std::fputs("  contents\n", out);
-        raw_data();
-        dump_contents(raw_data_.get(), raw_size_, out);
+        print_bytes(raw_data(), raw_size_, out);
     } else if (has_contents()) {
         std::fputs("  contents are not in the file\n", out);
     }
+}
+
+void COFF_SECTION::dump_relocs(std::FILE* out) const {
     if (relocs_.size() != 0)
         std::fputs("  relocations\n", out);
     for (const reloc* entry : items<reloc>(relocs_))
         print_reloc(*entry, file_, reloc_name(entry->r_type), out);
+}
+
+void COFF_SECTION::dump_lines(std::FILE* out) {
     if (sh_nlnno() != 0)
         std::fputs(lnnos_in_file() ? "  line numbers\n" : "  line numbers are not in the file\n", out);
     for (std::uint32_t k = 0; lnnos_in_file() && k < sh_nlnno(); ++k)

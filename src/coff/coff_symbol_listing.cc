@@ -1,46 +1,13 @@
 // Listings of the symbol table.
 #include <cstring>
 #include <string>
-#include <utility>
-#include <vector>
 
+#include "coff/aux_facts.h"
 #include "coff/coff_file.h"
 #include "coff/coff_symbol_table.h"
 #include "coff/listing_text.h"
 
 namespace {
-
-/// The facts of an auxiliary entry, by name.
-using facts = std::vector<std::pair<const char*, std::uint32_t>>;
-
-facts facts_of(const auxent& aux, aux_form form) {
-    switch (form) {
-    case aux_form::file:
-        return {};
-    case aux_form::block:
-    case aux_form::function_mark:
-        return {{"line", aux.half(4)}, {"next", aux.word(12)}};
-    case aux_form::begin_function:
-        return {{"register_mask", aux.word(0)},
-                {"line", aux.half(4)},
-                {"lines", aux.half(6)},
-                {"frame_size", aux.word(8)},
-                {"next", aux.word(12)}};
-    case aux_form::tag:
-        return {{"size", aux.word(4)}, {"next", aux.word(12)}};
-    case aux_form::function:
-        return {{"tag", aux.word(0)}, {"size", aux.word(4)}, {"line_pointer", aux.word(8)}, {"next", aux.word(12)}};
-    case aux_form::array:
-        return {{"tag", aux.word(0)},          {"size", aux.word(4)},         {"dimension_0", aux.half(8)},
-                {"dimension_1", aux.half(10)}, {"dimension_2", aux.half(12)}, {"dimension_3", aux.half(14)}};
-    case aux_form::section:
-        return {{"length", aux.word(0)}, {"relocations", aux.half(4)}, {"line_numbers", aux.half(6)}};
-    case aux_form::end_of_struct:
-    case aux_form::other:
-        break;
-    }
-    return {{"tag", aux.word(0)}, {"size", aux.word(4)}};
-}
 
 /// The file name in an auxiliary entry, without its padding.
 std::size_t file_name_length(const auxent& aux) {
@@ -63,7 +30,7 @@ void COFF_SYMBOL::dump_aux(const COFF_SYMBOL* symbol, std::FILE* out) const {
     if (symbol->form() == aux_form::file)
         std::fprintf(out, " file %s",
                      printable(reinterpret_cast<const char*>(aux->bytes), file_name_length(*aux)).c_str());
-    for (const auto& [name, value] : facts_of(*aux, symbol->form()))
+    for (const auto& [name, value] : aux_facts(*aux, symbol->form()))
         std::fprintf(out, " %s %u", name, value);
     std::fputc('\n', out);
 }
@@ -76,7 +43,7 @@ void COFF_SYMBOL::dump_aux_xml(const COFF_SYMBOL* symbol, std::FILE* out) const 
     if (symbol->form() == aux_form::file)
         std::fprintf(out, " file=\"%s\"",
                      xml_text(reinterpret_cast<const char*>(aux->bytes), file_name_length(*aux)).c_str());
-    for (const auto& [name, value] : facts_of(*aux, symbol->form()))
+    for (const auto& [name, value] : aux_facts(*aux, symbol->form()))
         std::fprintf(out, " %s=\"%u\"", name, value);
     std::fputs("/>", out);
 }
