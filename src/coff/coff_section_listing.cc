@@ -143,7 +143,8 @@ void COFF_SECTION::dump(std::FILE* out) {
 void COFF_SECTION::dump_contents(std::FILE* out) {
     if (has_contents() && !written_ && contents_in_file()) {
         std::fputs("  contents\n", out);
-        print_bytes(raw_data(), raw_size_, out);
+        const unsigned char* const contents = raw_data();  // before raw_size_ is looked at
+        print_bytes(contents, raw_size_, out);
     } else if (has_contents()) {
         std::fputs("  contents are not in the file\n", out);
     }

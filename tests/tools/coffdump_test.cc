@@ -1,0 +1,199 @@
+// coffdump through its command line, on images made by the builder.
+#include <gmock/gmock.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "support/coff_builder.h"
+#include "support/run_program.h"
+
+namespace {
+
+using support::coff_image;
+using support::run_result;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+/// ".text" with code for two functions, ".data" with four bytes that a relocation fills, symbols of every kind that
+/// the checker of entries tells apart.
+coff_image sample() {
+    coff_image image;
+    image.sections = {{.name = ".text", .paddr = 0x1000, .contents = {0xDE, 0xAD, 0xBE, 0xEF, 0x01}},
+                      {.name = ".data:long_name", .flags = 0x40, .paddr = 0x2000, .contents = {1, 2, 3, 4}}};
+    image.sections[0].lines = {{0x1002, 7}};
+    image.sections[1].relocs = {{.vaddr = 0x2000, .type = 17, .symndx = 2},
+                                {.vaddr = 0x2000, .type = 0x400F, .descriptor = {{3, 5, 16, 0}}},
+                                {.vaddr = 0x2000, .type = 0x4012, .symndx = 0x77}};
+    image.symbols = {{.name = ".text", .scnum = 1, .sclass = 3, .aux = {support::aux_section(5, 0, 1)}},
+                     {.name = "_main", .value = 0x1000, .scnum = 1},
+                     {.name = "_api_first", .value = 0x1002, .scnum = 1},
+                     {.name = "_api_second", .value = 0x1003, .scnum = 1},
+                     {.name = "_printf", .scnum = 0},
+                     {.name = "_static", .value = 0x2000, .scnum = 2, .sclass = 3},
+                     {.name = "_tag", .scnum = -2, .sclass = 10, .aux = {support::aux_tag(12, 9)}},
+                     {.name = "__DLStart", .value = 0x1000, .scnum = 1}};
+    return image;
+}
+
+class Coffdump : public ::testing::Test {
+protected:
+    run_result run(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), COFFDUMP_PROGRAM);
+        return support::run_program(arguments, {.directory = files.path()});
+    }
+    /// The listing of `image`, which must come without a complaint.
+    std::string listing(const coff_image& image, const std::string& option) {
+        files.write("app.out", image.data());
+        const run_result result = run({option, "app.out"});
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_EQ(result.err, "");
+        return result.out;
+    }
+
+    support::temporary_directory files;
+};
+
+TEST_F(Coffdump, SummaryTellsWhatThereIs) {
+    files.write("app.out", sample().data());
+    const run_result result = run({"app.out"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_THAT(result.out, HasSubstr("COFF file app.out\n"));
+    EXPECT_THAT(result.out, HasSubstr("   2  0x00002000  0x00002000  0x00000004     8       3      0   0x00000040  "
+                                      ".data:long_name\n"));
+    EXPECT_THAT(result.out, HasSubstr("8 symbols; external: 4 in sections, 0 absolute, 1 undefined\n"));
+}
+
+TEST_F(Coffdump, EachOptionListsItsPart) {
+    const std::vector<std::pair<std::string, std::vector<std::string>>> table = {
+        {"--headers", {"target 0x0099", "Section 2 .data:long_name", "flags 0x00000040 (DATA)"}},
+        {"--sections", {".data:long_name\n"}},
+        {"--symbols", {"C_STRTAG", "_api_second (.text)", "_printf (undefined)", "size 12 next 9"}},
+        {"--relocs",
+         {"R_RELLONG  0x0011  32 bits at bit 0 of 32  symbol 2 (_main)", "RE_USTFLD  0x400F  5 bits at bit 3 of 16\n",
+          "RE_PUSHSK  0x4012  constant 0x00000077\n"}},
+        {"--lines", {"0x00001002  line 7\n"}},
+        {"--strings", {"_api_second\n"}},
+        {"--contents", {"    00000000  DE AD BE EF 01\n", "    00000000  01 02 03 04\n"}},
+        {"--all", {"DE AD BE EF 01", "R_RELLONG", "line 7", "C_STRTAG", "target 0x0099"}},
+    };
+    for (const auto& [option, texts] : table) {
+        const std::string out = listing(sample(), option);
+        for (const std::string& text : texts)
+            EXPECT_THAT(out, HasSubstr(text)) << option;
+    }
+    EXPECT_THAT(listing(sample(), "--contents=.text"), Not(HasSubstr("01 02 03 04")));
+}
+
+// Names are bytes: markup, control characters and what is no UTF-8 must not get into XML or JSON as they are.
+TEST_F(Coffdump, XmlAndJsonSurviveEveryName) {
+    coff_image image = sample();
+    const std::string hostile = "<a href=\"&\">]]>\x01\x7f\xff\xc3\xa9'";
+    image.symbols[1].name = hostile;
+    image.sections[1].name = hostile;
+    files.write("app.xml", listing(image, "--xml"));
+    const run_result lint = support::run_program({XMLLINT_PROGRAM, "--noout", files.file("app.xml")});
+    EXPECT_EQ(lint.status, 0) << lint.err;
+
+    const auto json = nlohmann::json::parse(listing(image, "--json"));
+    EXPECT_EQ(json["symbols"][1]["name_hex"], "3c6120687265663d2226223e5d5d3e017fffc3a927");
+    EXPECT_FALSE(json["symbols"][2].contains("name_hex"));
+    EXPECT_EQ(json["sections"][0]["contents"], "deadbeef01");
+    EXPECT_EQ(json["sections"][0]["lines"][0]["line"], 7);
+    EXPECT_EQ(json["sections"][1]["relocations"][0]["symbol"], 2);
+    EXPECT_EQ(json["sections"][1]["relocations"][1]["field_size"], 5);
+    EXPECT_EQ(json["symbols"][6]["auxiliary"]["next"], 9);
+    EXPECT_EQ(json["file_header"]["time_stamp"], 0x12345678);
+}
+
+TEST_F(Coffdump, BothByteOrdersListAlike) {
+    coff_image big = sample();
+    big.order = support::byte_order::big;
+    for (const std::string option : {"--symbols", "--relocs", "--lines", "--contents"})
+        EXPECT_EQ(listing(big, option), listing(sample(), option)) << option;
+}
+
+// A file to be looked at may be a broken one.
+TEST_F(Coffdump, WhatTheFileDoesNotHoldIsNamed) {
+    coff_image image = sample();
+    image.sections[0].scnptr = 0x7FFFFFFF;
+    image.sections[0].lnnoptr = 0x7FFFFFFF;
+    const std::string out = listing(image, "--all");
+    EXPECT_THAT(out, HasSubstr("contents are not in the file"));
+    EXPECT_THAT(out, HasSubstr("line numbers are not in the file"));
+    listing(image, "--xml");
+    listing(image, "--json");
+}
+
+TEST_F(Coffdump, EntriesAreCheckedAgainstTheFile) {
+    files.write("app.out", sample().data());
+    files.write("one", "# nothing here: _no\n_main _missing\n  -_absent ^_api_ ^_api_f\n");
+    files.write("two", "-_main\n_static _printf __DLStart _tag\n@.text @.bss !.data !.gone ^_api_\n");
+    const run_result result = run({"entries", "app.out", "one", "two"});
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out,
+              "one:2:7: warning: symbol '_missing' matches nothing in app.out\n"
+              "one:3:19: warning: prefix '_api_f' is shadowed: other entries answer for everything that it matches\n"
+              "two:1:1: warning: symbol '_main' is listed with another qualifier at one:2:1\n"
+              "two:2:1: warning: symbol '_static' is static, and static symbols have no name in a module\n"
+              "two:2:9: warning: symbol '_printf' is undefined: it is imported, not exported\n"
+              "two:2:17: warning: symbol '__DLStart' is the entry point, which travels without a name\n"
+              "two:2:27: warning: symbol '_tag' has a storage class that no module holds\n"
+              "two:3:8: warning: section '.bss' matches nothing in app.out\n"
+              "two:3:21: warning: excluded section '.gone' matches nothing in app.out\n"
+              "two:3:28: warning: prefix '_api_' is listed already at one:3:12\n"
+              "one:2:1: _main exports 1 symbol\n"
+              "one:2:7: _missing exports 0 symbols\n"
+              "one:3:3: -_absent exports 0 symbols\n"
+              "one:3:12: ^_api_ exports 2 symbols\n"
+              "one:3:19: ^_api_f exports 0 symbols\n"
+              "two:1:1: -_main exports 0 symbols\n"
+              "two:2:1: _static exports 0 symbols\n"
+              "two:2:9: _printf exports 0 symbols\n"
+              "two:2:17: __DLStart exports 0 symbols\n"
+              "two:2:27: _tag exports 0 symbols\n"
+              "two:3:1: @.text exports 0 symbols\n"
+              "two:3:8: @.bss exports 0 symbols\n"
+              "two:3:14: !.data excludes 1 section\n"
+              "two:3:21: !.gone excludes 0 sections\n"
+              "two:3:28: ^_api_ exports 0 symbols\n");
+    EXPECT_EQ(result.status, 1);
+
+    files.write("good", "_main\n");
+    EXPECT_EQ(run({"entries", "app.out", "good"}).status, 0);
+}
+
+TEST_F(Coffdump, StatusTellsFaultsFromTrouble) {
+    files.write("app.out", sample().data());
+    files.write("text", "no COFF file, but longer than a header of one");
+    files.write("long", std::string(256, 'x'));
+    const struct {
+        std::vector<std::string> arguments;
+        int status;
+        std::string words;
+    } table[] = {
+        {{"--help"}, 0, ""},
+        {{"--version"}, 0, ""},
+        {{"text"}, 1, "this application only supports COFF version 2"},
+        {{}, 2, "FILE is required"},
+        {{"--nonsense", "app.out"}, 2, "--nonsense"},
+        {{"absent"}, 2, "cannot read absent: No such file or directory"},
+        {{"."}, 2, "cannot read .: Is a directory"},
+        {{"--contents=.gone", "app.out"}, 2, "no section is named .gone"},
+        {{"entries", "app.out"}, 2, "ENTRIES"},
+        {{"entries", "app.out", "absent"}, 2, "cannot read absent"},
+        {{"entries", "app.out", "."}, 2, "cannot read .: Is a directory"},
+        {{"entries", "app.out", "long"}, 2, "long:1: an entry has more than 255 characters"},
+    };
+    for (const auto& row : table) {
+        const run_result result = run(row.arguments);
+        EXPECT_EQ(result.status, row.status) << row.words << result.err;
+        EXPECT_THAT(result.err, HasSubstr(row.words));
+    }
+    const std::string full = std::string(COFFDUMP_PROGRAM) + " --all app.out > /dev/full";
+    const run_result result = support::run_program({"/bin/sh", "-c", full}, {.directory = files.path()});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.err, HasSubstr("cannot write to standard output"));
+}
+
+}  // namespace
