@@ -11,27 +11,18 @@
 
 namespace {
 
-constexpr std::int32_t string_hash_buckets = 521;
 constexpr std::uint16_t most_sections = std::numeric_limits<std::int16_t>::max();
 
 }  // namespace
 
-COFF_FILE::COFF_FILE(bool any_target) {
-    base_constructor(any_target);
-}
+COFF_FILE::COFF_FILE(bool any_target) : any_target_(any_target) {}
 
-COFF_FILE::COFF_FILE(std::FILE* fp, bool any_target) {
-    base_constructor(any_target);
+COFF_FILE::COFF_FILE(std::FILE* fp, bool any_target) : COFF_FILE(any_target) {
     fp_ = fp;
 }
 
 COFF_FILE::~COFF_FILE() {
     close_input();
-}
-
-void COFF_FILE::base_constructor(bool any_target) {
-    any_target_ = any_target;
-    string_hash_ = std::make_unique<SHASH>(SHASH::str_hash, SHASH::str_cmp, string_hash_buckets);
 }
 
 void COFF_FILE::close_input() {

@@ -9,13 +9,12 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "coff/coff_records.h"
 #include "coff/coff_section.h"
 #include "coff/coff_symbol_table.h"
-#include "containers/record_pool.h"
-#include "containers/shash.h"
 
 /// Faults of the file that is read are reported through UMSG. Those that a caller can survive make read() fail; a file
 /// that contradicts itself further in (symbol table or string table cut short, contents not there) ends the run.
@@ -151,13 +150,8 @@ public:
     void dump_header(std::FILE* out) const;
 
 private:
-    struct added_string {
-        std::string text;  ///< the key in string_hash_, whose owner may be gone
-        std::uint32_t offset;
-    };
     using string_buffer = std::vector<char>;
 
-    void base_constructor(bool any_target);
     void close_input();
     bool check_relocs() const;
     const char* strtab_fault(std::uint32_t& length);
@@ -186,7 +180,9 @@ private:
     std::uint32_t strtab_size_ = 0;
     std::uint32_t strtab_capacity_ = 0;
     std::unique_ptr<string_buffer> strtab_;  ///< its first four bytes stand for the length word
-    std::unique_ptr<SHASH> string_hash_;     ///< added text to its added_string
+    /// Offset of each text that was added. Keys are copies: the callers' texts may die. Not an SHASH, whose buckets would
+    /// be sorted anew for every one of tens of thousands of names.
+    std::unordered_map<std::string, std::uint32_t> string_hash_;
     std::uint16_t next_scnum_ = 1;
     bool any_target_ = false;
 
@@ -194,7 +190,6 @@ private:
     std::uint32_t strtab_last_nul_ = 0;  ///< a string that begins behind it does not end
     bool strtab_from_input_ = false;     ///< names point into it
     std::vector<std::unique_ptr<string_buffer>> retired_strtabs_;
-    record_pool<added_string> added_strings_;
 };
 
 #endif

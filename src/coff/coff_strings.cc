@@ -84,8 +84,7 @@ void COFF_FILE::retire_strtab() {
     strtab_.reset();
     strtab_from_input_ = false;
     strtab_size_ = strtab_capacity_ = strtab_last_nul_ = 0;
-    string_hash_->clear();
-    added_strings_.clear();
+    string_hash_.clear();
 }
 
 std::uint32_t COFF_FILE::add_string(const char* text) {
@@ -94,8 +93,8 @@ std::uint32_t COFF_FILE::add_string(const char* text) {
         strtab_capacity_ = first_capacity;
         strtab_size_ = length_word;
     }
-    if (const SLIST::NODE* const known = string_hash_->find(text))
-        return static_cast<const added_string*>(SHASH::entry(known)->item)->offset;
+    if (const auto known = string_hash_.find(text); known != string_hash_.end())
+        return known->second;
     const std::size_t size = std::strlen(text) + 1;
     if (size > std::uint32_t{INT32_MAX} - strtab_size_)
         UMSG.die("COFF_FILE::add_string", "the string table would be longer than %d bytes", INT32_MAX);
@@ -107,13 +106,10 @@ std::uint32_t COFF_FILE::add_string(const char* text) {
         strtab_ = std::move(grown);
         strtab_from_input_ = false;
     }
-    added_string* const added = added_strings_.make();
-    added->text = text;
-    added->offset = strtab_size_;
-    strtab_->insert(strtab_->end(), added->text.begin(), added->text.end());
-    strtab_->push_back('\0');
+    const auto added = string_hash_.emplace(text, strtab_size_).first;
+    const char* const copy = added->first.c_str();  // `text` may lie in the buffer that grows
+    strtab_->insert(strtab_->end(), copy, copy + size);
     strtab_size_ += static_cast<std::uint32_t>(size);
     strtab_last_nul_ = strtab_size_ - 1;
-    string_hash_->add(added->text.c_str(), added);
-    return added->offset;
+    return added->second;
 }
