@@ -1,0 +1,106 @@
+// Listings show what is there, whatever is in the names, and of damaged files what they hold.
+#include <gmock/gmock.h>
+
+#include "coff/listing_text.h"
+#include "coff_input.h"
+#include "support/run_program.h"
+
+namespace {
+
+using namespace support;
+using testing::HasSubstr;
+
+std::string listing(COFF_FILE& file, void (COFF_FILE::*dump)(std::FILE*)) {
+    char* text = nullptr;
+    std::size_t size = 0;
+    std::FILE* const out = open_memstream(&text, &size);
+    (file.*dump)(out);
+    std::fclose(out);
+    const std::string result(text, size);
+    std::free(text);
+    return result;
+}
+
+coff_image awkward_image() {
+    coff_image image;
+    image.optional_header = coff_optional_header{.entrypt = 0x1234};
+    image.sections = {{.name = "<&\">", .flags = 0x320, .contents = {0xDE, 0xAD}},
+                      {.name = ".gone", .size = 0x1000, .scnptr = 0x7000000, .lnnoptr = 0x7000000, .nlnno = 3}};
+    image.sections[0].relocs = {{.vaddr = 0, .type = 17, .symndx = 0},
+                                {.vaddr = 1, .type = 0x400F, .descriptor = {{1, 2, 16, 0}}},
+                                {.vaddr = 1, .type = 0x4012, .symndx = 0x55},
+                                {.vaddr = 1, .type = 0x7777, .symndx = 4000}};
+    image.sections[0].lines = {{0, 0}, {0, 9}};
+    image.symbols = {{.name = "a_long\x01\xFF\\name", .type = 0x20, .aux = {aux_function(0, 2, 0, 9)}},
+                     {.name = ".bf", .sclass = 101, .aux = {aux_bf(1, 1, 2, 3, 9)}},
+                     {.name = "a.c", .scnum = -2, .sclass = 103, .aux = {aux_file("a<b.c")}},
+                     {.name = "array", .scnum = 0, .type = 0x34, .aux = {aux_array(0, 8, {2, 3, 4, 5})}}};
+    return image;
+}
+
+TEST(CoffListing, TextNamesEverything) {
+    coff_input input(awkward_image());
+    const std::string text = listing(input.file, &COFF_FILE::dump);
+    for (const char* const part : {"target 0x0099",
+                                   "entry point 0x00001234",
+                                   "Section 1 <&\">",
+                                   "aligned to 8 units",
+                                   "(TEXT)",
+                                   "DE AD",
+                                   "R_RELLONG  0x0011  symbol 0 (a_long\\x01\\xFF\\\\name)",
+                                   "2 bits at bit 1 of 16",
+                                   "constant 0x00000055",
+                                   "symbol 4000 (none)",
+                                   "function 0 (a_long",
+                                   "line 9",
+                                   "contents are not in the file",
+                                   "line numbers are not in the file",
+                                   "C_FCN",
+                                   "register_mask 2",
+                                   "file a<b.c",
+                                   "dimension_3 5",
+                                   "(undefined)",
+                                   "String table"})
+        EXPECT_THAT(text, HasSubstr(part));
+}
+
+// Every byte may stand in a name; what XML has no way to say is written as \xNN.
+TEST(CoffListing, XmlIsWellFormedWhateverTheNames) {
+    if (!file_exists("/usr/bin/xmllint"))
+        GTEST_SKIP() << "xmllint is not installed";
+    coff_image image = awkward_image();
+    std::string every_byte;
+    for (int c = 1; c < 256; ++c)
+        every_byte += static_cast<char>(c);
+    image.symbols.push_back({.name = every_byte});
+    image.sections.push_back({.name = every_byte});
+    coff_input input(image);
+    const temporary_directory directory;
+    const std::string path = directory.write("listing.xml", listing(input.file, &COFF_FILE::dump_xml));
+    const run_result run = run_program({"/usr/bin/xmllint", "--noout", path});
+    EXPECT_EQ(run.status, 0) << run.err;
+}
+
+TEST(CoffListing, NoStringTableIsNoFault) {
+    coff_input input(coff_image{.string_table = false});
+    EXPECT_EQ(listing(input.file, &COFF_FILE::dump_strings), "No string table\n");
+    EXPECT_EQ(listing(input.file, &COFF_FILE::dump_strings_xml), "<strings size=\"0\"/>\n");
+}
+
+TEST(CoffListing, SingleEntriesByNumber) {
+    coff_input input(awkward_image());
+    COFF_SECTION& section = input.section(1);
+    EXPECT_STREQ(section.reloc_name(0x400D), "RE_ULDFLD");
+    EXPECT_STREQ(section.reloc_name(-1), "other");
+    EXPECT_EXIT(section.dump_reloc(4, stdout), testing::ExitedWithCode(1), "there is no relocation 4");
+    EXPECT_EXIT(section.dump_linenos(2, stdout), testing::ExitedWithCode(1), "COFF_SECTION::dump_linenos");
+    EXPECT_EXIT(section.dump_reloc_xml(-1, stdout), testing::ExitedWithCode(1), "there is no relocation -1");
+    EXPECT_EXIT(section.dump_linenos_xml(-1, stdout), testing::ExitedWithCode(1), "COFF_SECTION::dump_linenos_xml");
+}
+
+TEST(CoffListing, TextIsEscaped) {
+    EXPECT_EQ(printable("a\\b\x7F"), "a\\\\b\\x7F");
+    EXPECT_EQ(xml_text("<a&\"b\">\n"), "&lt;a&amp;&quot;b&quot;&gt;\\x0A");
+}
+
+}  // namespace
