@@ -172,7 +172,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         refusal{"version", "only supports COFF version 2", [](coff_image& i) { i.magic = 0xC1; }},
         refusal{"target", "^Invalid target type\n$", [](coff_image& i) { i.target_id = 0x94; }},
-        refusal{"too_many_sections", "32768 sections", [](coff_image& i) { i.nscns = 32768; }},
+        refusal{"too_many_sections", "32768 sections", [](coff_image& i) { i.sections.assign(32768, {}); }},
         refusal{"relocs_outside", "relocations of section",
                 [](coff_image& i) {
                     i.sections[0].relptr = 0;

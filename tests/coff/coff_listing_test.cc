@@ -47,7 +47,7 @@ TEST(CoffListing, TextNamesEverything) {
                                    "aligned to 8 units",
                                    "(TEXT)",
                                    "DE AD",
-                                   "R_RELLONG  0x0011  symbol 0 (a_long\\x01\\xFF\\\\name)",
+                                   "R_RELLONG  0x0011  32 bits at bit 0 of 32  symbol 0 (a_long\\x01\\xFF\\\\name)",
                                    "2 bits at bit 1 of 16",
                                    "constant 0x00000055",
                                    "symbol 4000 (none)",
