@@ -4,80 +4,63 @@
 #include <gtest/gtest.h>
 
 using namespace cases;
-using support::bytes;
 using support::run_result;
 
 namespace {
 
 using arguments = std::vector<std::string>;
 
-const std::string minimum = "ERROR: Invalid value for image packet size: Minimum is 300 bytes\n";
-const std::string maximum = "ERROR: Invalid value for image packet size: Maximum is 1024 bytes\n";
-const std::string unaligned = "ERROR: Image packet size must align to a 32-bit boundary\n";
+/// The image, and what becomes of it without options.
+const support::conversion_request plain = request_for(small_image());
 
-std::string invalid(const std::string& argument) {
-    return "Invalid option " + argument + "\n\n" + usage;
+void expect_refused(const arguments& given, const std::string& err) {
+    SCOPED_TRACE(testing::PrintToString(given));
+    const workshop shop;
+    shop.write("app.out", plain.input);
+    const run_result run = shop.run(given);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.out, banner);
+    EXPECT_EQ(run.err, err);
+    EXPECT_FALSE(shop.has("app.vlm") || shop.has("app.hex"));
 }
 
 }  // namespace
 
-TEST(Options, RefusedLinesSayWhyOnStandardErrorBehindTheBanner) {
-    const struct {
-        arguments given;
-        std::string err;
-    } rows[] = {
-        {{}, usage},
-        {{"-s"}, usage},
-        {{"-q", "-fc", "-o=x"}, usage},
-        {{"-h"}, usage},
-        {{"-?"}, usage},
-        {{"app.out", "-h"}, usage},
-        {{"-hx"}, invalid("-hx")},
-        {{"-??"}, invalid("-??")},
-        {{"-"}, invalid("-")},
-        {{"--help"}, invalid("--help")},
-        {{"-x", "app.out"}, invalid("-x")},
-        {{"-S", "app.out"}, invalid("-S")},
-        {{"-H"}, invalid("-H")},
-        {{"-e", "names"}, invalid("-e")},
-        {{"-ex=names"}, invalid("-ex=names")},
-        {{"-f", "app.out"}, invalid("-f")},
-        {{"-fC", "app.out"}, invalid("-fC")},
-        {{"-o", "x"}, invalid("-o")},
-        {{"-p", "500"}, invalid("-p")},
-        {{"-p500", "app.out"}, invalid("-p500")},
-        {{"-qq", "app.out"}, invalid("-qq")},
-        {{"-ss", "app.out"}, invalid("-ss")},
-        // Arguments are judged one after the other, from the left.
-        {{"-p=1", "-h"}, minimum},
-        {{"-h", "-p=1"}, usage},
-        {{"-x", "-p=1"}, invalid("-x")},
-        {{"-p=1", "app.out", "-x"}, minimum},
-        {{"app.out", "-x"}, invalid("-x")},
-        // The packet size: what strtol saturates to is judged before it is narrowed to 32 bits.
-        {{"-p=299", "app.out"}, minimum},
-        {{"-p=298", "app.out"}, minimum},
-        {{"-p=", "app.out"}, minimum},
-        {{"-p=abc", "app.out"}, minimum},
-        {{"-p=0x200", "app.out"}, minimum},
-        {{"-p=-500", "app.out"}, minimum},
-        {{"-p=-4294966796", "app.out"}, minimum},
-        {{"-p=-99999999999999999999", "app.out"}, minimum},
-        {{"-p=1025", "app.out"}, maximum},
-        {{"-p=1028", "app.out"}, maximum},
-        {{"-p=4294967796", "app.out"}, maximum},
-        {{"-p=99999999999999999999", "app.out"}, maximum},
-        {{"-p=301", "app.out"}, unaligned},
-        {{"-p=302", "app.out"}, unaligned},
-        {{"-p=1023", "app.out"}, unaligned},
-        // Files.
-        {{"absent.out"}, ">>   error: Cannot open input file 'absent.out': No such file or directory\n"},
+TEST(Options, InvalidOnesAreNamedBeforeTheUsageText) {
+    for (const std::string bad : {"-hx", "-??", "-", "--help", "-x", "-S", "-H", "-e", "-ex=names", "-f", "-fC", "-o",
+                                  "-p", "-p500", "-qq", "-ss"})
+        expect_refused({"app.out", bad, "-y"}, "Invalid option " + bad + "\n\n" + usage);
+}
+
+TEST(Options, HelpAndAMissingInputGiveTheUsageText) {
+    for (const arguments& given : {arguments{}, {"-s"}, {"-q", "-fc", "-o=x"}, {"-h"}, {"-?"}, {"app.out", "-h"}})
+        expect_refused(given, usage);
+}
+
+// What strtol saturates to is judged before it is narrowed to 32 bits: 4294967796 is not 500.
+TEST(Options, PacketSizesOutsideTheRangeAreRefused) {
+    const std::string error = "ERROR: Invalid value for image packet size: ";
+    for (const std::string value : {"299", "298", "", "abc", "0x200", "-500", "-4294966796", "-99999999999999999999"})
+        expect_refused({"-p=" + value, "app.out"}, error + "Minimum is 300 bytes\n");
+    for (const std::string value : {"1025", "1028", "4294967796", "99999999999999999999"})
+        expect_refused({"-p=" + value, "app.out"}, error + "Maximum is 1024 bytes\n");
+    for (const std::string value : {"301", "302", "1023"})
+        expect_refused({"-p=" + value, "app.out"}, "ERROR: Image packet size must align to a 32-bit boundary\n");
+    // Arguments are judged one after the other, from the left.
+    for (const arguments& given : {arguments{"-p=1", "-h"}, {"-p=1"}, {"-p=1", "app.out", "-x"}})
+        expect_refused(given, error + "Minimum is 300 bytes\n");
+    expect_refused({"-h", "-p=1"}, usage);
+}
+
+TEST(Options, FilesThatCannotBeOpenedOrWrittenAreNamed) {
+    const std::pair<arguments, std::string> rows[] = {
+        {{"absent.out", "-e=absent"}, ">>   error: Cannot open input file 'absent.out': No such file or directory\n"},
         {{""}, ">>   error: Cannot open input file '': No such file or directory\n"},
         {{"a-name-that-takes-the-message-over-the-width.out"},
          ">>   error: Cannot open input file\n"
          "            'a-name-that-takes-the-message-over-the-width.out': No such file\n"
          "            or directory\n"},
-        {{"-e=absent", "app.out"}, "ERROR: Unable to open entries file absent\n"},
+        {{"-e=absent", "-o=", "app.out"}, "ERROR: Unable to open entries file absent\n"},
         {{"-e=", "app.out"}, "ERROR: Unable to open entries file \n"},
         {{"-o=", "app.out"}, "ERROR: Unable to open file \n"},
         {{"-o=no/such/directory", "app.out"}, "ERROR: Unable to open file no/such/directory\n"},
@@ -86,57 +69,41 @@ TEST(Options, RefusedLinesSayWhyOnStandardErrorBehindTheBanner) {
         {{"-fc", "-o=/dev/full", "app.out"}, "ERROR: Cannot write to file /dev/full\n"},
         {{"-s", "-o=/dev/full", "app.out"}, "ERROR: Cannot write to file /dev/full\n"},
     };
-    const workshop shop;
-    shop.write("app.out", small_image().data());
-    for (const auto& row : rows) {
-        SCOPED_TRACE(testing::PrintToString(row.given));
-        const run_result run = shop.run(row.given);
-        EXPECT_EQ(run.status, 1);
-        EXPECT_EQ(run.out, banner);
-        EXPECT_EQ(run.err, row.err);
-        EXPECT_FALSE(shop.has("app.vlm") || shop.has("app.hex"));
-    }
+    for (const auto& [given, err] : rows)
+        expect_refused(given, err);
 }
 
 TEST(Options, AcceptedFormsGiveTheModuleThatTheyStandFor) {
-    support::conversion_request base = request_for(small_image());
-    const auto with = [&](auto member, auto value) {
-        support::conversion_request changed = base;
-        changed.*member = value;
-        return support::convert(changed).module;
-    };
-    using request = support::conversion_request;
-    const bytes plain = support::convert(base).module;
+    support::conversion_request as_text = plain, symbols = plain;
+    as_text.c_text = symbols.symbols_only = true;
     const struct {
         arguments given;
-        std::string output;
-        bytes module;
+        std::string output = "app.vlm";
+        const support::conversion_request& request = plain;
     } rows[] = {
-        {{"app.out"}, "app.vlm", plain},
-        {{"-fc", "app.out"}, "app.hex", with(&request::c_text, true)},
-        {{"app.out", "-fcx"}, "app.hex", with(&request::c_text, true)},
-        {{"-s", "app.out"}, "app.vlm", with(&request::symbols_only, true)},
-        {{"-c", "app.out"}, "app.vlm", plain},
-        {{"-cfoo", "app.out"}, "app.vlm", plain},
-        {{"-q", "app.out"}, "app.vlm", plain},
-        {{"-p=300", "app.out"}, "app.vlm", plain},
-        {{"-p=1024", "app.out"}, "app.vlm", plain},
-        {{"-p=500bytes", "app.out"}, "app.vlm", plain},
-        {{"-p= +500", "app.out"}, "app.vlm", plain},
-        {{"-o=out.bin", "app.out"}, "out.bin", plain},
-        {{"-o=first", "-fc", "-o=second", "app.out"}, "second", with(&request::c_text, true)},
-        {{"absent.out", "app.out"}, "app.vlm", plain},  // the last input name counts
+        {{"app.out"}},
+        {{"-fc", "app.out"}, "app.hex", as_text},
+        {{"app.out", "-fcx"}, "app.hex", as_text},
+        {{"-s", "app.out"}, "app.vlm", symbols},
+        {{"-c", "-cfoo", "-q", "app.out"}},
+        {{"-p=300", "app.out"}},
+        {{"-p=1024", "app.out"}},
+        {{"-p=500bytes", "app.out"}},
+        {{"-p= +500", "app.out"}},
+        {{"-o=out.bin", "app.out"}, "out.bin"},
+        {{"-o=first", "-fc", "-o=second", "app.out"}, "second", as_text},
+        {{"absent.out", "app.out"}},  // the last input name counts
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.given));
         const workshop shop;
-        shop.write("app.out", base.input);
+        shop.write("app.out", plain.input);
         const run_result run = shop.run(row.given);
         EXPECT_EQ(run.status, 0);
         EXPECT_EQ(run.out, banner);
         EXPECT_EQ(run.err, "");
         ASSERT_TRUE(shop.has(row.output));
-        EXPECT_EQ(shop.read(row.output), row.module);
+        EXPECT_EQ(shop.read(row.output), support::convert(row.request).module);
         EXPECT_FALSE(shop.has("first"));
     }
 }
@@ -156,7 +123,7 @@ TEST(Options, OutputLiesBesideTheInputWithItsLastExtensionReplaced) {
         SCOPED_TRACE(input);
         const workshop shop;
         ASSERT_EQ(support::run_program({"/bin/mkdir", shop.path("dir.d")}).status, 0);
-        support::conversion_request request = request_for(small_image());
+        support::conversion_request request = plain;
         request.input_name = input;
         shop.write(input, request.input);
         EXPECT_EQ(shop.run({input}).status, 0);
@@ -166,23 +133,21 @@ TEST(Options, OutputLiesBesideTheInputWithItsLastExtensionReplaced) {
 }
 
 TEST(Options, OutputOverTheInputIsWrittenWithAWarning) {
-    const support::conversion_request request = request_for(small_image());
     for (const std::string name : {"app.out", "./app.out", "link"}) {
         const workshop shop;
-        shop.write("app.out", request.input);
+        shop.write("app.out", plain.input);
         ASSERT_EQ(support::run_program({"/bin/ln", "-s", "app.out", shop.path("link")}).status, 0);
         const run_result run = shop.run({"-o=" + name, "app.out"});
         EXPECT_EQ(run.status, 0);
         EXPECT_EQ(run.err, "WARNING: Output file " + name + " is the input file\n");
-        EXPECT_EQ(shop.read("app.out"), support::convert(request).module);
+        EXPECT_EQ(shop.read("app.out"), support::convert(plain).module);
     }
 }
 
 TEST(Options, OutputMayBeAPipeOrALink) {
-    const support::conversion_request request = request_for(small_image());
-    const support::conversion expected = support::convert(request);
+    const support::conversion expected = support::convert(plain);
     const workshop shop;
-    shop.write("app.out", request.input);
+    shop.write("app.out", plain.input);
     const run_result run = shop.run({"-o=/dev/stdout", "app.out"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.out, banner + std::string(expected.module.begin(), expected.module.end()));

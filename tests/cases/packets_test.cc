@@ -108,15 +108,6 @@ TEST(Packets, AreCutSoThatNoFieldIsSplit) {
         }
 }
 
-TEST(Packets, OfTheDefaultSizeEndAtTheSameFields) {
-    for (const auto& [offset, cut] : {std::pair{1022, 1022U}, {1021, 1020U}, {1020, 1024U}}) {
-        conversion_request request = section_with(8, 0x2000, 2500, {{offset, byte4}});
-        request.packet_size = 1024;
-        expect_as_predicted(request);
-        EXPECT_EQ(packets_of(support::convert(request).module)[0].size, cut);
-    }
-}
-
 // For each type a section for each extent: its field begins so near the packet's end that it crosses from there on.
 TEST(Packets, EveryTypeHasItsExtent) {
     coff_image image;
@@ -167,46 +158,4 @@ TEST(Packets, ACutThatLeavesNothingEndsTheRun) {
         request.packet_size = 300;
         expect_as_predicted(request, ".text");
     }
-}
-
-TEST(Packets, CarryEachKindOfRelocationAsItsTypeAsks) {
-    coff_image image = small_image();
-    const std::array<std::uint8_t, 4> field = {3, 12, 16, 0xEE};
-    const struct {
-        coff_reloc given;
-        bytes word;  // the symbol word as it lies in memory; the little-endian host's order of `symbol` when empty
-        std::uint32_t symbol;
-        unsigned disp;
-    } rows[] = {
-        {{.type = 17, .symndx = 2, .disp = 0xBEEF}, {}, 2, 0xBEEF},
-        {{.type = 17, .disp = 7}, {}, 0xFFFFFFFF, 7},
-        {{.type = 0x4000, .symndx = 99, .disp = 7}, {}, 99, 0},
-        {{.type = 0x400D, .disp = 7, .descriptor = field}, {3, 12, 16, 0}, 0, 0},
-        {{.type = 0x4010, .disp = 7, .descriptor = field}, {3, 12, 16, 0}, 0, 0},
-        {{.type = 0x4011, .symndx = 1, .disp = 7}, {}, 1, 7},
-        {{.type = 0x4012, .symndx = 0x80000001, .disp = 7}, {}, 0x80000001, 0},
-        {{.type = 0x4015, .symndx = 5}, {}, 5, 0},
-        {{.type = 0x4016, .disp = 7, .descriptor = field}, {3, 12, 16, 0}, 0, 0},
-        {{.type = 0xC011, .symndx = 0, .disp = 7}, {}, 0, 7},
-        {{.type = 0x6000, .symndx = 1, .disp = 7}, {}, 1, 0},
-    };
-    for (const support::byte_order order : {support::byte_order::little, support::byte_order::big})
-        for (const auto& row : rows) {
-            SCOPED_TRACE(testing::Message() << std::hex << "type 0x" << row.given.type);
-            image.order = order;
-            image.sections[0].relocs = {row.given};
-            image.sections[0].relocs[0].vaddr = 0x1000;
-            const conversion_request request = request_for(image);
-            expect_as_predicted(request);
-            const bytes module = support::convert(request).module;
-            const std::size_t reloc = module_word(module, 56 + module_word(module, 0) + 20) + 12 + 8;
-            if (row.word.empty())
-                EXPECT_EQ(module_word(module, reloc + 4), row.symbol);
-            else
-                EXPECT_EQ(bytes(module.begin() + static_cast<std::ptrdiff_t>(reloc) + 4,
-                                module.begin() + static_cast<std::ptrdiff_t>(reloc) + 8),
-                          row.word);
-            EXPECT_EQ(module_half(module, reloc + 8), row.disp);
-            EXPECT_EQ(module_half(module, reloc + 10), row.given.type);
-        }
 }

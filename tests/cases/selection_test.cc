@@ -34,6 +34,7 @@ bytes module_of(const conversion_request& request) {
 }  // namespace
 
 TEST(EntryPoint, ComesFromTheHeaderUnlessTheSymbolSaysOtherwise) {
+    constexpr int none = -1, unread = -2;
     const coff_symbol start = {.name = "__DLStart", .value = 0x1004};
     const auto changed = [&](auto change) {
         coff_symbol symbol = start;
@@ -42,23 +43,24 @@ TEST(EntryPoint, ComesFromTheHeaderUnlessTheSymbolSaysOtherwise) {
     };
     const struct {
         const char* what;
-        int header_entry;  // -1: no optional header
+        int header_entry;  // none: no optional header; unread: one of another size, neither read nor skipped
         std::vector<coff_symbol> symbols;
         std::uint32_t point;
         unsigned section;
     } rows[] = {
-        {"nothing", -1, {}, 0xFFFFFFFF, 0xFFFF},
+        {"nothing", none, {}, 0xFFFFFFFF, 0xFFFF},
+        {"header of another size", unread, {}, 0, 0},
         {"header", 0x1234, {}, 0x1234, 0xFFFF},
         {"header of zero", 0, {}, 0, 0},
         {"symbol", 0x1234, {start}, 4, 1},
-        {"one underscore", -1, {{.name = "_DLStart", .value = 0x1004}}, 0xFFFFFFFF, 0xFFFF},
-        {"a class that is dropped", -1, {changed([](auto& s) { s.sclass = 8; })}, 4, 1},
-        {"the last one", -1, {start, changed([](auto& s) { s.value = 0x1006; })}, 6, 1},
-        {"absolute", -1, {changed([](auto& s) { s.scnum = -1; })}, 0x1004, 0xFFFF},
+        {"one underscore", none, {{.name = "_DLStart", .value = 0x1004}}, 0xFFFFFFFF, 0xFFFF},
+        {"a class that is dropped", none, {changed([](auto& s) { s.sclass = 8; })}, 4, 1},
+        {"the last one", none, {start, changed([](auto& s) { s.value = 0x1006; })}, 6, 1},
+        {"absolute", none, {changed([](auto& s) { s.scnum = -1; })}, 0x1004, 0xFFFF},
         {"debugging", 0, {changed([](auto& s) { s.scnum = -2; })}, 0x1004, 0xFFFF},
         {"any negative number", 0, {changed([](auto& s) { s.scnum = -300; })}, 0x1004, 0xFFFF},
-        {"in a dropped section", -1, {changed([](auto& s) { s.scnum = 2; })}, 0xFFFFF004, 0},
-        {"below its section", -1, {changed([](auto& s) { s.value = 0xFFE; })}, 0xFFFFFFFE, 1},
+        {"in a dropped section", none, {changed([](auto& s) { s.scnum = 2; })}, 0xFFFFF004, 0},
+        {"below its section", none, {changed([](auto& s) { s.value = 0xFFE; })}, 0xFFFFFFFE, 1},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
@@ -67,6 +69,8 @@ TEST(EntryPoint, ComesFromTheHeaderUnlessTheSymbolSaysOtherwise) {
                           {.name = ".dropped", .flags = 2, .paddr = 0x2000, .contents = bytes(4)}};
         if (row.header_entry >= 0)
             image.optional_header = {.entrypt = static_cast<std::uint32_t>(row.header_entry)};
+        else if (row.header_entry == unread)
+            image.opthdr = 20;
         image.symbols = row.symbols;
         conversion_request request = request_for(image);
         const bytes module = module_of(request);
@@ -77,14 +81,6 @@ TEST(EntryPoint, ComesFromTheHeaderUnlessTheSymbolSaysOtherwise) {
         EXPECT_EQ(module_word(symbols_only, 4), 0U);
         EXPECT_EQ(module_half(symbols_only, 30), 0U);
     }
-}
-
-TEST(EntryPoint, AnOptionalHeaderOfAnotherSizeIsNeitherReadNorSkipped) {
-    coff_image image = small_image();
-    image.opthdr = 20;
-    const bytes module = module_of(request_for(image));
-    EXPECT_EQ(module_word(module, 4), 0U);
-    EXPECT_EQ(module_half(module, 30), 0U);
 }
 
 TEST(Sections, FlagsAndContentsFollowTheKind) {
@@ -162,40 +158,6 @@ TEST(Sections, AreNumberedInThreeGroupsWithTablesAtTheHeadOfTheLast) {
     for (unsigned i = 1; i <= module_half(module, 20); ++i)
         names += string_at(module, module_word(module, section_header(module, i))) + ' ';
     EXPECT_EQ(names, ".text .data .bss .stack .cinit .cinit .debug_info .debug_line ");
-}
-
-TEST(Symbols, AreKeptForExportOrForRelocationsOnly) {
-    coff_image image = small_image();
-    image.sections[0].relocs = {{.vaddr = 0x1000, .type = 17, .symndx = 4}, {.vaddr = 0x1004, .type = 17, .symndx = 5}};
-    image.symbols = {{.name = "_main", .type = 0x20, .aux = {support::aux_function(0, 8, 0, 2)}},
-                     {.name = "_other"},
-                     {.name = "_static_unused", .sclass = 3},
-                     {.name = "_static", .value = 0x1002, .sclass = 3},
-                     {.name = "_host", .scnum = 0},
-                     {.name = "_absent", .scnum = 0},
-                     {.name = "_abs", .value = 7, .scnum = -1, .sclass = 21},
-                     {.name = "_member", .scnum = -1, .sclass = 8}};
-    conversion_request request = request_for(image);
-    request.entries = {"_main _abs"};
-    const bytes module = module_of(request);
-    const struct {
-        const char* name;  // null: none
-        std::uint32_t value;
-        unsigned section, storage_class;
-    } rows[] = {{"_main", 0, 1, 2}, {nullptr, 0x1002, 1, 3}, {"_host", 0, 0, 2}, {"_abs", 7, 0xFFFF, 21}};
-    ASSERT_EQ(module_half(module, 16), 4);
-    for (unsigned i = 0; i < 4; ++i) {
-        const std::size_t record = symbol_record(module, i);
-        const std::uint32_t name = module_word(module, record);
-        EXPECT_EQ(name == 0xFFFFFFFF, rows[i].name == nullptr);
-        if (rows[i].name != nullptr) {
-            EXPECT_EQ(string_at(module, name), rows[i].name);
-        }
-        EXPECT_EQ(module_word(module, record + 4), rows[i].value);
-        EXPECT_EQ(module_half(module, record + 8), rows[i].section);
-        EXPECT_EQ(module_half(module, record + 10), rows[i].storage_class);
-    }
-    EXPECT_EQ(module_half(module, 18), sizeof("_main"));  // the longest but for the module name
 }
 
 // The first pass over the symbols does not count auxiliary entries. So it finds the reference to index 3, in truth "c",
