@@ -1,0 +1,11 @@
+// Image packets and their relocations.
+#ifndef MODFORGE_TOOLS_VELMDUMP_PACKET_CHECKS_H
+#define MODFORGE_TOOLS_VELMDUMP_PACKET_CHECKS_H
+
+class check_report;
+class velm_module;
+
+/// That the packets chain from the tables to the end of the file and add up to their sections, each sound in itself.
+void check_packets(const velm_module& module, check_report& report);
+
+#endif

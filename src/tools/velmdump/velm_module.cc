@@ -1,0 +1,156 @@
+#include "tools/velmdump/velm_module.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+#include "tools/velmdump/module_bytes.h"
+
+namespace {
+
+struct named_type {
+    std::uint16_t type;
+    const char* name;
+};
+
+constexpr named_type type_names[] = {
+    {R_ABS, "R_ABS"},         {R_REL24, "R_REL24"},     {R_DIR32, "R_DIR32"},     {R_RELBYTE, "R_RELBYTE"},
+    {R_RELWORD, "R_RELWORD"}, {R_RELLONG, "R_RELLONG"}, {R_PCRBYTE, "R_PCRBYTE"}, {R_PCRWORD, "R_PCRWORD"},
+    {R_PCRLONG, "R_PCRLONG"}, {R_PCR24, "R_PCR24"},     {RE_ADD, "RE_ADD"},       {RE_SUB, "RE_SUB"},
+    {RE_NEG, "RE_NEG"},       {RE_MPY, "RE_MPY"},       {RE_DIV, "RE_DIV"},       {RE_MOD, "RE_MOD"},
+    {RE_SR, "RE_SR"},         {RE_ASR, "RE_ASR"},       {RE_SL, "RE_SL"},         {RE_AND, "RE_AND"},
+    {RE_OR, "RE_OR"},         {RE_XOR, "RE_XOR"},       {RE_NOTB, "RE_NOTB"},     {RE_ULDFLD, "RE_ULDFLD"},
+    {RE_SLDFLD, "RE_SLDFLD"}, {RE_USTFLD, "RE_USTFLD"}, {RE_SSTFLD, "RE_SSTFLD"}, {RE_PUSH, "RE_PUSH"},
+    {RE_PUSHSK, "RE_PUSHSK"}, {RE_PUSHUK, "RE_PUSHUK"}, {RE_PUSHPC, "RE_PUSHPC"}, {RE_DUP, "RE_DUP"},
+    {RE_XSTFLD, "RE_XSTFLD"}, {RE_PUSHSV, "RE_PUSHSV"},
+};
+
+}  // namespace
+
+const char* reloc_type_name(std::uint16_t type) {
+    const auto* found = std::find_if(std::begin(type_names), std::end(type_names),
+                                     [type](const named_type& n) { return n.type == type; });
+    return found == std::end(type_names) ? nullptr : found->name;
+}
+
+int target_width(std::uint16_t target_id) {
+    switch (target_id) {
+    case 0x93:
+        return 32;
+    case 0x97:
+    case 0x99:
+    case 0x9C:
+    case 0x9F:
+        return 8;
+    case 0x98:
+    case 0x9D:
+        return 16;
+    default:
+        return 0;
+    }
+}
+
+velm_module::velm_module(module_bytes bytes) : raw(std::move(bytes)) {
+    if (!fits(0, velm_strtab_offset))
+        return;
+    has_header = true;
+    read_header();
+    strtab_size = std::min<std::uint64_t>(header.strtab_size, size() - velm_strtab_offset);
+    read_sections();
+    read_symbols();
+    read_packets();
+}
+
+void velm_module::read_header() {
+    header = {raw.word(0),  raw.word(4),  raw.word(8),  raw.word(12), raw.half(16), raw.half(18), raw.half(20),
+              raw.half(22), raw.half(24), raw.half(26), raw.half(28), raw.half(30), raw.word(32)};
+    verify = {raw.word(36), raw.word(40), raw.word(44), raw.word(48), raw.word(52)};
+}
+
+void velm_module::read_sections() {
+    std::uint64_t at = section_headers();
+    for (unsigned i = 0; i < header.nscns && fits(at, sizeof(velm_scnhdr_record)); ++i) {
+        const velm_scnhdr_record record = {raw.word(at),      raw.word(at + 4),  raw.word(at + 8),  raw.word(at + 12),
+                                           raw.half(at + 16), raw.half(at + 18), raw.word(at + 20), raw.word(at + 24)};
+        sections.push_back({at, record, {}, 0, 0, 0});
+        at += sizeof record;
+    }
+}
+
+void velm_module::read_symbols() {
+    std::uint64_t at = symbol_records();
+    for (unsigned i = 0; i < header.nsyms && fits(at, sizeof(velm_symbol_record)); ++i) {
+        symbols.push_back(
+            {raw.word(at), raw.word(at + 4), static_cast<std::int16_t>(raw.half(at + 8)), raw.half(at + 10)});
+        at += sizeof(velm_symbol_record);
+    }
+    tables_end = symbol_records() + sizeof(velm_symbol_record) * std::uint64_t{header.nsyms};
+}
+
+void velm_module::read_packets() {
+    packets_end = tables_end;
+    for (section_place& section : sections) {
+        std::uint64_t at = section.header.first_packet;
+        // Packets that overlap earlier ones are none: so no file has more packets than its size explains.
+        if (at < packets_end)
+            at = size();
+        for (std::uint32_t i = 0; i < section.header.npackets && fits(at, sizeof(velm_packet_header)); ++i) {
+            const packet_place packet = {at, {raw.word(at), raw.word(at + 4), raw.word(at + 8)}};
+            if (packet.end() > size())
+                break;
+            section.packets.push_back(packet);
+            section.contents_size += packet.header.data_size;
+            section.nreloc += packet.header.nreloc;
+            packets_end = at = packet.end();
+        }
+        section.width = width_of(section);
+    }
+}
+
+int velm_module::width_of(const section_place& section) const {
+    for (const int width : {8, 16, 32}) {
+        if (section.contents_size != 0 &&
+            std::uint64_t{section.header.size} * (static_cast<unsigned>(width) / 8U) == section.contents_size)
+            return width;
+    }
+    const int width = target_width(header.target_id);
+    return width != 0 ? width : 8;
+}
+
+std::string_view velm_module::string(std::uint32_t offset) const {
+    if (offset >= strtab_size)
+        return {};
+    const auto* start = reinterpret_cast<const char*>(&raw.bytes[velm_strtab_offset + offset]);
+    return {start, strnlen(start, strtab_size - offset)};
+}
+
+reloc_record velm_module::reloc(const packet_place& packet, std::uint32_t i) const {
+    const std::size_t at = packet.relocs() + sizeof(reloc_record) * std::size_t{i};
+    reloc_record record{};
+    record.r_vaddr = raw.word(at);
+    record.r_disp = raw.half(at + 8);
+    record.r_type = raw.half(at + 10);
+    if (is_field_reloc(record.r_type))  // single bytes: they have no order
+        std::copy_n(&raw.bytes[at + 4], 4, reinterpret_cast<unsigned char*>(&record.r_field));
+    else
+        record.r_symndx = raw.word(at + 4);
+    return record;
+}
+
+std::vector<unsigned char> velm_module::contents(const section_place& section) const {
+    std::vector<unsigned char> bytes;
+    bytes.reserve(section.contents_size);
+    for (const packet_place& packet : section.packets) {
+        const auto start = raw.bytes.begin() + static_cast<std::ptrdiff_t>(packet.data());
+        bytes.insert(bytes.end(), start, start + packet.header.data_size);
+    }
+    return bytes;
+}
+
+bool velm_module::symbols_only() const {
+    return header.entry_point == 0 && header.entry_scn == 0 &&
+           std::all_of(sections.begin(), sections.end(), [](const section_place& section) {
+               return (section.header.flags & (velm_scn_relocated | velm_scn_has_data)) == 0 &&
+                      section.header.npackets == 0;
+           });
+}

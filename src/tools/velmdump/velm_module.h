@@ -1,0 +1,92 @@
+// A module taken apart: where everything lies. Nothing is judged here; what does not fit the file is left out.
+#ifndef MODFORGE_TOOLS_VELMDUMP_VELM_MODULE_H
+#define MODFORGE_TOOLS_VELMDUMP_VELM_MODULE_H
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "output/module_format.h"
+#include "packets/reloc_record.h"
+#include "tools/velmdump/module_bytes.h"
+
+/// One image packet. Offsets in the file, bytes.
+struct packet_place {
+    std::uint64_t offset;
+    velm_packet_header header;
+
+    [[nodiscard]] std::uint64_t data() const { return offset + sizeof(velm_packet_header); }
+    [[nodiscard]] std::uint64_t padded_size() const {
+        return (std::uint64_t{header.data_size} + 3) & ~std::uint64_t{3};
+    }
+    [[nodiscard]] std::uint64_t relocs() const { return data() + padded_size(); }
+    [[nodiscard]] std::uint64_t end() const { return relocs() + sizeof(reloc_record) * std::uint64_t{header.nreloc}; }
+};
+
+struct section_place {
+    std::uint64_t offset;  ///< of its header
+    velm_scnhdr_record header;
+    std::vector<packet_place> packets;  ///< as many as lie in the file
+    int width;                          ///< bits of an address unit, from the contents; else the target's; else 8
+    std::uint64_t contents_size;        ///< bytes in the packets
+    std::uint64_t nreloc;
+};
+
+class velm_module {
+public:
+    explicit velm_module(module_bytes bytes);
+
+    module_bytes raw;
+    bool has_header = false;  ///< the file holds header and verification record
+    velm_filehdr header{};
+    velm_verifyrec verify{};
+    std::uint64_t strtab_size = 0;  ///< as much of it as the file holds
+    std::vector<section_place> sections;
+    std::vector<velm_symbol_record> symbols;
+    std::uint64_t tables_end = 0;   ///< where the first packet belongs
+    std::uint64_t packets_end = 0;  ///< where the last packet ends; the end of the file in a sound module
+
+    [[nodiscard]] std::uint64_t section_headers() const {
+        return velm_strtab_offset + std::uint64_t{header.strtab_size};
+    }
+    [[nodiscard]] std::uint64_t symbol_records() const {
+        return section_headers() + sizeof(velm_scnhdr_record) * std::uint64_t{header.nscns};
+    }
+    [[nodiscard]] std::uint64_t size() const { return raw.bytes.size(); }
+
+    /// The string at an offset of the string table, as far as the table goes; empty outside it.
+    [[nodiscard]] std::string_view string(std::uint32_t offset) const;
+    [[nodiscard]] std::string_view name(const section_place& section) const {
+        return string(section.header.name_offset);
+    }
+    /// The symbol's name; empty for a nameless one.
+    [[nodiscard]] std::string_view name(const velm_symbol_record& symbol) const { return string(symbol.name_offset); }
+    /// Relocation `i` of a packet.
+    [[nodiscard]] reloc_record reloc(const packet_place& packet, std::uint32_t i) const;
+    /// The contents of a section, put together.
+    [[nodiscard]] std::vector<unsigned char> contents(const section_place& section) const;
+
+    [[nodiscard]] bool is_export(const velm_symbol_record& s) const { return is_named(s) && s.section != 0; }
+    [[nodiscard]] bool is_import(const velm_symbol_record& s) const { return is_named(s) && s.section == 0; }
+    static bool is_named(const velm_symbol_record& s) { return s.storage_class != velm_local_class; }
+    /// Whether nothing in the module says that it has more than symbols.
+    [[nodiscard]] bool symbols_only() const;
+
+private:
+    [[nodiscard]] bool fits(std::uint64_t offset, std::uint64_t bytes) const {
+        return offset <= size() && bytes <= size() - offset;
+    }
+    void read_header();
+    void read_sections();
+    void read_symbols();
+    void read_packets();
+    [[nodiscard]] int width_of(const section_place& section) const;
+};
+
+/// The name of a relocation type, or null.
+const char* reloc_type_name(std::uint16_t type);
+
+/// Bits per address unit of a target, 0 when it is not known.
+int target_width(std::uint16_t target_id);
+
+#endif
