@@ -10,10 +10,14 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 #include "output/module_format.h"
 
 namespace {
+
+/// No module, in either form, is larger.
+constexpr long largest_file = 0x400000000;
 
 constexpr bool host_is_big = std::endian::native == std::endian::big;
 
@@ -48,8 +52,9 @@ std::vector<std::uint32_t> words_of(const std::vector<unsigned char>& text) {
     return words;
 }
 
-/// Where `text` stops being what the writer makes of the words; the text's size when it does not.
-std::size_t first_deviation(const std::vector<unsigned char>& text, const std::vector<std::uint32_t>& words) {
+/// Where `text` stops being what the writer makes of the words.
+std::optional<std::size_t> first_deviation(const std::vector<unsigned char>& text,
+                                           const std::vector<std::uint32_t>& words) {
     std::size_t at = 0;
     for (std::size_t i = 0; i < words.size(); ++i) {
         char line[16] = "0x";
@@ -62,7 +67,7 @@ std::size_t first_deviation(const std::vector<unsigned char>& text, const std::v
                 return at;
         }
     }
-    return at;
+    return at == text.size() ? std::nullopt : std::optional(at);
 }
 
 void put_word(unsigned char* place, std::uint32_t word, bool big_endian) {
@@ -73,9 +78,8 @@ void put_word(unsigned char* place, std::uint32_t word, bool big_endian) {
 
 void decode_text(const std::vector<unsigned char>& text, module_bytes& result) {
     const std::vector<std::uint32_t> words = words_of(text);
-    const std::size_t deviation = first_deviation(text, words);
-    if (deviation != text.size() || words.empty())
-        result.findings.push_back({true, deviation, "not in the text form of a module from here on"});
+    if (const auto deviation = first_deviation(text, words))
+        result.findings.push_back({true, *deviation, "not in the text form of a module from here on"});
     const std::uint32_t mixed = words.size() > reserved_offset / 4 ? words[reserved_offset / 4] : 0;
     result.big_endian = (mixed & 0xFFFFU) != 0 && mixed >> 16 == 0;
     result.bytes.resize(words.size() * 4);
@@ -114,7 +118,8 @@ bool read_whole(const std::string& path, std::vector<unsigned char>& bytes) {
         return false;
     if (std::fseek(stream, 0, SEEK_END) == 0) {  // one allocation instead of many, where the size can be known
         const long size = std::ftell(stream);
-        bytes.reserve(size > 0 ? static_cast<std::size_t>(size) + 1 : 0);
+        if (size > 0 && size < largest_file)  // a directory claims to be endless
+            bytes.reserve(static_cast<std::size_t>(size) + 1);
         std::rewind(stream);
     }
     std::size_t used = 0;
