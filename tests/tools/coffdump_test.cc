@@ -190,7 +190,7 @@ TEST_F(Coffdump, StatusTellsFaultsFromTrouble) {
         EXPECT_EQ(result.status, row.status) << row.words << result.err;
         EXPECT_THAT(result.err, HasSubstr(row.words));
     }
-    const std::string full = std::string(COFFDUMP_PROGRAM) + " --all app.out > /dev/full";
+    const std::string full = std::string("\"") + COFFDUMP_PROGRAM + "\" --all app.out > /dev/full";
     const run_result result = support::run_program({"/bin/sh", "-c", full}, {.directory = files.path()});
     EXPECT_EQ(result.status, 2);
     EXPECT_THAT(result.err, HasSubstr("cannot write to standard output"));

@@ -225,7 +225,7 @@ TEST_F(Velmdump, StatusTellsFaultsFromTrouble) {
         EXPECT_EQ(result.status, row.status) << row.words << result.err;
         EXPECT_THAT(result.err, HasSubstr(row.words));
     }
-    const std::string full = std::string(VELMDUMP_PROGRAM) + " show --all app.vlm > /dev/full";
+    const std::string full = std::string("\"") + VELMDUMP_PROGRAM + "\" show --all app.vlm > /dev/full";
     EXPECT_EQ(support::run_program({"/bin/sh", "-c", full}, {.directory = files.path()}).status, 2);
 }
 
