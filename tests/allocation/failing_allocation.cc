@@ -45,10 +45,23 @@ void* operator new(std::size_t size) {
     return memory ? memory : throw std::bad_alloc();
 }
 
+// The arrays' own: a sanitizer would otherwise bring in its own, which never fails.
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
 
 void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete[](void* memory, std::size_t) noexcept {
     std::free(memory);
 }
