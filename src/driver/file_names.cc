@@ -1,3 +1,4 @@
+// File-name helpers: everything happens in the caller's buffer, nothing is allocated and nothing can fail.
 #include "driver/file_names.h"
 
 #include <cstring>

@@ -10,8 +10,4 @@ char* fn_addext(char* name, const char* ext, int replace);
 /// The part of `path` behind its last "/"; null when `path` is empty.
 const char* fn_basename(const char* path);
 
-/// Derives filename_out from filename_in: the same directory, the extension of the output mode. Ends the run with
-/// status 1 when there is no memory for it.
-void build_outfile_name();
-
 #endif

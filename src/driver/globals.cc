@@ -1,4 +1,4 @@
-// The home of every global object: here, and nowhere else, is their order.
+// The home of every global that more than one source file uses: here, and nowhere else, is their order.
 //
 // They are destroyed in reverse, also when the run ends in the middle. Standard streams need no initialiser: the
 // program uses those of C only. UMSG needs none either: it is a constant and lives in msg.

@@ -4,7 +4,6 @@
 
 #include "convert/entries_files.h"
 #include "convert/velm_file.h"
-#include "driver/file_names.h"
 #include "driver/options.h"
 #include "output/velm_writer.h"
 #include "packets/image_packets.h"

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "containers/slist.h"
 #include "driver/file_names.h"
@@ -17,7 +18,7 @@ namespace {
 constexpr long min_packet_size = 300;
 constexpr long max_packet_size = 1024;
 
-std::unique_ptr<char[]> filename_out_storage;
+constinit std::unique_ptr<char[]> filename_out_storage;  // what filename_out points to
 
 /// Makes `text` + room for `extra` characters the output name.
 void set_filename_out(const char* text, std::size_t extra) {

@@ -22,7 +22,11 @@ extern SLIST entries_files_list;           ///< names of the entries files (cons
 /// every option is good; otherwise says why on standard error and ends the run with status 1.
 void proc_args(int argc, char** argv);
 
-/// Frees filename_out.
+/// Derives filename_out from filename_in: the same directory, the extension of the output mode. Ends the run with
+/// status 1 when there is no memory for it.
+void build_outfile_name();
+
+/// Frees filename_out and makes it null.
 void release_filename_out();
 
 #endif

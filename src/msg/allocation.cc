@@ -1,3 +1,4 @@
+// The handler behind operator new, and the message that it gives.
 #include "msg/allocation.h"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// The early end of the process, with a way out for those who want to survive it.
 #include "msg/end_run.h"
 
 #include <cstdlib>

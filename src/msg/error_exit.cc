@@ -1,3 +1,4 @@
+// One line on standard error, then the end of the run.
 #include "msg/error_exit.h"
 
 #include <cstdarg>
