@@ -3,6 +3,7 @@
 // The file is opened in place, never renamed or removed: it may be a device, a pipe or a link.
 #include "output/velm_writer.h"
 
+#include <csignal>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
@@ -106,6 +107,9 @@ void write_packet(image_packet& packet, std::FILE* stream) {
 
 int write_velm() {
     warn_of_input_as_output();
+#ifdef SIGPIPE
+    std::signal(SIGPIPE, SIG_IGN);  // a reader that went away is a failed write like any other, with its message
+#endif
     std::FILE* stream = std::fopen(filename_out, hex_output_mode ? "w" : "wb");
     if (!stream)
         error_exit("ERROR: Unable to open file %s\n", filename_out);
