@@ -4,6 +4,7 @@
 #include <bit>
 #include <regex>
 #include <string>
+#include <vector>
 
 #include "support/run_program.h"
 
@@ -38,6 +39,22 @@ TEST(Readme, ExampleGivesTheModuleThatIsShipped) {
     const std::string size = std::to_string(module.size());
     EXPECT_THAT(text_of(source + "/README.md"),
                 HasSubstr(size.substr(0, size.size() - 3) + "," + size.substr(size.size() - 3) + " bytes"));
+}
+
+TEST(Readme, ShowsWhatTheToolsSayOfTheModule) {
+    const run_result show = run_program({VELMDUMP_PROGRAM, "show", "audio.vlm"}, {.directory = source + "/examples"});
+    EXPECT_THAT(text_of(source + "/README.md"), HasSubstr("```\n" + show.out + "```"));
+    const temporary_directory room;
+    const std::string module = source + "/examples/audio.vlm";
+    for (const std::vector<std::string>& command :
+         std::vector<std::vector<std::string>>{{"check", module},
+                                               {"imports", module},
+                                               {"diff", module, module},
+                                               {"map", module, "-o", room.file("m.svg")}}) {
+        std::vector<std::string> argv{VELMDUMP_PROGRAM};
+        argv.insert(argv.end(), command.begin(), command.end());
+        EXPECT_EQ(run_program(argv).status, 0) << command.front();
+    }
 }
 
 TEST(Readme, ExplainsEveryOptionOfTheUsageText) {
