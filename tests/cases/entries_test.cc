@@ -121,14 +121,62 @@ TEST(EntriesFiles, TokensExportAndExcludeWhatTheyName) {
 }
 
 // The buckets are walked from 0 to 31 and the latest entry of a bucket comes first; computed by hand for the names
-// "a" to "e": (name x 0x4E67C98C mod 2^32) >> 27 gives 22, 0, 10, 19, 29.
+// "a" to "e": (name x 0x4E67C98C mod 2^32) >> 27 gives 22, 0, 10, 19, 29. The byte 0xE4 counts as -28, which gives 13.
 TEST(EntriesFiles, MissingSymbolsAreListedByBucket) {
     conversion_request request = request_for(image_to_choose_from());
-    request.entries = {"a b c d e"};
+    request.entries = {"a b c \xE4 d e"};
     const support::conversion expected = support::convert(request);
-    EXPECT_EQ(expected.err, missing("Symbol", "b") + missing("Symbol", "c") + missing("Symbol", "d") +
-                                missing("Symbol", "a") + missing("Symbol", "e") + "\n\n");
+    EXPECT_EQ(expected.err, missing("Symbol", "b") + missing("Symbol", "c") + missing("Symbol", "\xE4") +
+                                missing("Symbol", "d") + missing("Symbol", "a") + missing("Symbol", "e") + "\n\n");
     expect_as_predicted(request);
+}
+
+// An entry is found when the question was asked about its symbol, which is not the same as the symbol's being there.
+TEST(EntriesFiles, AreFoundWhereTheQuestionIsAsked) {
+    const struct {
+        const char* entry;
+        bool symbols_only;
+        bool found;
+    } rows[] = {
+        {"_imported", false, true},       // kept for its relocation, asked about when it was named
+        {"_imported", true, false},       // undefined: -s does not ask
+        {"_referenced", false, true},     // not external, but a relocation keeps it
+        {"_referenced", true, false},     // -s asks about externals only
+        {"_unreferenced", false, false},  // neither external nor kept
+        {"__DLStart", false, false},      // kept for its relocation, and its name is never in question
+        {"__DLStart", true, true},
+    };
+    coff_image image;
+    image.symbols = {{.name = "_imported", .scnum = 0},
+                     {.name = "_referenced", .sclass = 3},
+                     {.name = "__DLStart"},
+                     {.name = "_unreferenced", .sclass = 3}};
+    image.sections = {{.contents = bytes(12)}};
+    for (std::uint32_t i = 0; i < 3; ++i)
+        image.sections[0].relocs.push_back({.vaddr = 4 * i, .type = 17, .symndx = i});
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.entry) + (row.symbols_only ? " with -s" : ""));
+        conversion_request request = request_for(image);
+        request.entries = {row.entry};
+        request.symbols_only = row.symbols_only;
+        EXPECT_EQ(support::convert(request).err, row.found ? "" : missing("Symbol", row.entry) + "\n\n");
+        expect_as_predicted(request);
+    }
+}
+
+// 255 characters are the most that a token has; a longer name can only be met by a prefix or by its section.
+TEST(EntriesFiles, TheLongestTokenNamesOneSymbol) {
+    const std::string name(255, 'x');
+    coff_image image = image_to_choose_from();
+    image.symbols = {{.name = name}, {.name = name + 'x'}, {.name = name.substr(1)}};
+    conversion_request request = request_for(image);
+    const std::string short_name = name.substr(1);
+    for (const auto& [entry, names] :
+         {std::pair{name, name + ' '}, {'^' + short_name, name + ' ' + name + "x " + short_name + ' '}}) {
+        request.entries = {entry};
+        EXPECT_EQ(exported(support::convert(request).module), names);
+        expect_as_predicted(request);
+    }
 }
 
 TEST(EntriesFiles, UnreadableOnesEndTheRun) {

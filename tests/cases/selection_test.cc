@@ -185,3 +185,28 @@ TEST(Symbols, SectionsAreMarkedByAPassThatIsBlindToAuxiliaryEntries) {
         EXPECT_EQ(module_half(module, symbol_record(module, 0) + 8), row.kept_section);
     }
 }
+
+// Each symbol has its class as its value, and a relocation that refers to it: of a section that is dropped, since a
+// relocation that needs a dropped symbol cannot be converted.
+TEST(Symbols, OnlyTheClassesOfLinkableSymbolsAreKept) {
+    coff_image image;
+    image.sections = {{.contents = bytes(4)}, {.name = ".dropped", .flags = 2, .contents = bytes(1024)}};
+    for (unsigned sclass = 0; sclass < 256; ++sclass) {
+        image.symbols.push_back(
+            {.name = "s" + std::to_string(sclass), .value = sclass, .sclass = static_cast<std::uint8_t>(sclass)});
+        image.sections[1].relocs.push_back({.vaddr = 4 * sclass, .type = 17, .symndx = sclass});
+    }
+    const std::pair<bool, std::vector<unsigned>> rows[] = {
+        {false, {2, 3, 5, 6, 14, 19, 21, 23, 24, 25, 26, 28}}, {true, {2, 21}},  // -s: what is external
+    };
+    for (const auto& [symbols_only, classes] : rows) {
+        conversion_request request = request_for(image);
+        request.symbols_only = symbols_only;
+        const bytes module = module_of(request);
+        ASSERT_EQ(module_half(module, 16), classes.size());
+        for (unsigned i = 0; i < classes.size(); ++i) {
+            EXPECT_EQ(module_word(module, symbol_record(module, i) + 4), classes[i]);
+            EXPECT_EQ(module_half(module, symbol_record(module, i) + 10), classes[i]);
+        }
+    }
+}
