@@ -167,7 +167,7 @@ TEST(Refusals, OverlappingTablesAreBounded) {
     relocs.sections[0].contents = bytes(240000);
     contents.sections.assign(100, {.name = "s", .size = 300000, .scnptr = 4});
     contents.sections[0].contents = bytes(300000);
-    names.symbols = {{.name = std::string(40000, 'n')}};
+    names.symbols = {{.name = std::string(40000, 'n'), .scnum = -1}};
     for (std::uint32_t i = 1; i < 2000; ++i)
         names.symbols.push_back({.scnum = -1, .name_offset = 4 + i});
     expect_as_predicted(request_for(relocs), "bytes of relocations in a file of");
