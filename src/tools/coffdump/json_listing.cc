@@ -20,7 +20,8 @@ std::string hex(const void* bytes, std::size_t size) {
     static const char digits[] = "0123456789abcdef";
     std::string text;
     text.reserve(size * 2);
-    for (const unsigned char byte : std::string_view(static_cast<const char*>(bytes), size)) {
+    for (const char c : std::string_view(static_cast<const char*>(bytes), size)) {
+        const auto byte = static_cast<unsigned char>(c);
         text += digits[byte >> 4];
         text += digits[byte & 15];
     }
