@@ -9,6 +9,7 @@
 
 #include "cases/random_request.h"
 #include "support/coff_builder.h"
+#include "support/module_sums.h"
 #include "support/reference_converter.h"
 
 namespace {
@@ -40,46 +41,9 @@ bytes small_module(bool c_text) {
     return support::convert({.input = image.data(), .c_text = c_text, .packet_size = 300}).module;
 }
 
-std::uint32_t word_at(const bytes& module, std::size_t offset) {
-    return module[offset] | std::uint32_t{module[offset + 1]} << 8 | std::uint32_t{module[offset + 2]} << 16 |
-           std::uint32_t{module[offset + 3]} << 24;
-}
-
-void put_word(bytes& module, std::size_t offset, std::uint32_t word) {
-    for (unsigned i = 0; i < 4; ++i)
-        module[offset + i] = static_cast<std::uint8_t>(word >> (8 * i));
-}
-
-std::uint32_t complement_of_sum(const bytes& module, std::size_t from, std::size_t to) {
-    std::uint32_t sum = 0;
-    for (; from + 4 <= to; from += 4)
-        sum += word_at(module, from);
-    return ~sum;
-}
-
-/// Makes every checksum of a little-endian module right again, so that a fault reaches the check that it is aimed at.
-void repair_sums(bytes& module) {
-    const std::size_t sections = 56 + word_at(module, 0);
-    const std::size_t nscns = word_at(module, 20) & 0xFFFF;
-    const std::size_t symbols = sections + 28 * nscns;
-    const std::size_t packets = symbols + 12 * (word_at(module, 16) & 0xFFFF);
-    if (packets > module.size())
-        return;
-    put_word(module, 44, complement_of_sum(module, 56, sections));
-    put_word(module, 40, complement_of_sum(module, sections, symbols));
-    put_word(module, 48, complement_of_sum(module, symbols, packets));
-    put_word(module, 52, complement_of_sum(module, 36, 52));
-    put_word(module, 32, complement_of_sum(module, 0, 32));
-    for (std::size_t at = packets; at + 12 <= module.size();) {
-        const std::size_t size =
-            12 + (word_at(module, at + 4) + std::size_t{3}) / 4 * 4 + 12 * std::size_t{word_at(module, at)};
-        if (size > module.size() - at)
-            return;
-        put_word(module, at + 8, 0);
-        put_word(module, at + 8, complement_of_sum(module, at, at + size));
-        at += size;
-    }
-}
+using support::put_word;
+using support::repair_sums;
+using support::word_at;
 
 TEST(VelmChecks, EveryModuleOfTheConverterIsSound) {
     unsigned modules = 0;

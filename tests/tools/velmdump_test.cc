@@ -3,7 +3,6 @@
 
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "support/coff_builder.h"
 #include "support/reference_converter.h"
@@ -229,14 +228,20 @@ TEST_F(Velmdump, StatusTellsFaultsFromTrouble) {
     EXPECT_EQ(support::run_program({"/bin/sh", "-c", full}, {.directory = files.path()}).status, 2);
 }
 
-// The page shows the help texts as they are.
-TEST_F(Velmdump, HelpStandsInTheDocs) {
-    std::ifstream page_file(MODFORGE_SOURCE_DIR "/docs/velmdump.md");
-    std::stringstream page;
-    page << page_file.rdbuf();
-    EXPECT_THAT(page.str(), HasSubstr(good({"--help"})));
+std::string page(const std::string& path) {
+    const support::bytes text = support::read_file(MODFORGE_SOURCE_DIR "/" + path);
+    return {text.begin(), text.end()};
+}
+
+TEST_F(Velmdump, TheDocsShowWhatItPrints) {
+    const std::string help = page("docs/velmdump.md");
+    EXPECT_THAT(help, HasSubstr(good({"--help"})));
     for (const std::string command : {"show", "check", "exports", "imports", "diff", "map"})
-        EXPECT_THAT(page.str(), HasSubstr(good({command, "--help"})));
+        EXPECT_THAT(help, HasSubstr(good({command, "--help"})));
+
+    files.write("audio.vlm", support::read_file(MODFORGE_SOURCE_DIR "/examples/audio.vlm"));
+    EXPECT_THAT(page("README.md"), HasSubstr(good({"show", "audio.vlm"})));
+    EXPECT_EQ(good({"map", "audio.vlm", "-o", "-"}), page("docs/audio.svg"));
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include "tools/velmdump/diff.h"
 
 #include <algorithm>
-#include <compare>
 #include <cstdarg>
 #include <iterator>
 #include <map>
@@ -22,7 +21,10 @@ struct placed_reloc {
     std::string target;
     std::uint16_t displacement;
 
-    auto operator<=>(const placed_reloc&) const = default;
+    bool operator<(const placed_reloc& other) const {
+        return std::tie(place, type, target, displacement) <
+               std::tie(other.place, other.type, other.target, other.displacement);
+    }
 };
 
 std::string section_name(const velm_module& module, int number) {

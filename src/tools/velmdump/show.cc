@@ -110,16 +110,15 @@ void show_packets(const velm_module& module, bool relocs, std::FILE* out) {
         if (section.packets.empty())
             continue;
         std::fprintf(out, "Packets of %s\n", printable(module.name(section)).c_str());
-        std::uint64_t start = 0;
+        unsigned long long start = 0;  // bytes from the start of the section
         unsigned number = 0;
         for (const packet_place& packet : section.packets) {
+            const unsigned long long end = start + packet.header.data_size;
             std::fprintf(out, "  packet %u at file offset 0x%llX: section bytes 0x%llX to 0x%llX, %u relocations\n",
-                         number++, static_cast<unsigned long long>(packet.offset),
-                         static_cast<unsigned long long>(start),
-                         static_cast<unsigned long long>(start + packet.header.data_size), packet.header.nreloc);
+                         number++, static_cast<unsigned long long>(packet.offset), start, end, packet.header.nreloc);
             for (std::uint32_t i = 0; relocs && i < packet.header.nreloc; ++i)
                 show_reloc(module, module.reloc(packet, i), out);
-            start += packet.header.data_size;
+            start = end;
         }
     }
 }

@@ -152,7 +152,7 @@ private:
             if (tier == limit.end())
                 continue;
             name->tier = static_cast<std::size_t>(tier - limit.begin());
-            limit[name->tier] = name->x;
+            std::fill_n(limit.begin(), name->tier + 1, name->x);  // the stem stands in the way on lower lines too
         }
         return names;
     }
