@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "cases/random_request.h"
 #include "support/coff_builder.h"
 #include "support/run_program.h"
 
@@ -104,6 +105,27 @@ TEST_F(Coffdump, XmlAndJsonSurviveEveryName) {
     EXPECT_EQ(json["sections"][1]["relocations"][1]["field_size"], 5);
     EXPECT_EQ(json["symbols"][6]["auxiliary"]["next"], 9);
     EXPECT_EQ(json["file_header"]["time_stamp"], 0x12345678);
+}
+
+TEST_F(Coffdump, EverySampleAndGeneratedImageIsListed) {
+    std::vector<support::bytes> images;
+    for (const std::string name : {"audio", "firmware", "sensor"})
+        images.push_back(support::read_file(MODFORGE_SAMPLES "/" + name + ".out"));
+    for (std::uint32_t seed = 0; seed < 40; ++seed) {
+        const support::conversion_request request = cases::random_request(seed);
+        if (support::convert(request).status == 0)
+            images.push_back(request.input);
+    }
+    for (const support::bytes& image : images) {
+        files.write("app.out", image);
+        const run_result all = run({"--all", "app.out"});
+        ASSERT_EQ(all.status, 0) << all.err;
+        files.write("app.xml", run({"--xml", "app.out"}).out);
+        const run_result lint = support::run_program({XMLLINT_PROGRAM, "--noout", files.file("app.xml")});
+        ASSERT_EQ(lint.status, 0) << lint.err;
+        const auto json = nlohmann::json::parse(run({"--json", "app.out"}).out);
+        ASSERT_EQ(json["file_header"]["sections"], json["sections"].size());
+    }
 }
 
 TEST_F(Coffdump, BothByteOrdersListAlike) {

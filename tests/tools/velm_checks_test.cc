@@ -11,6 +11,7 @@
 #include "support/coff_builder.h"
 #include "support/module_sums.h"
 #include "support/reference_converter.h"
+#include "support/run_program.h"
 
 namespace {
 
@@ -54,6 +55,22 @@ TEST(VelmChecks, EveryModuleOfTheConverterIsSound) {
         ++modules;
         const std::vector<finding> findings = findings_of(conversion.module);
         ASSERT_FALSE(has_errors(findings)) << "seed " << seed << "\n" << text_of(findings);
+    }
+}
+
+TEST(VelmChecks, EveryModuleOfTheSamplesIsSound) {
+    for (const std::string name : {"audio", "firmware", "sensor"}) {
+        const auto file = [&name](const char* kind) { return support::read_file(MODFORGE_SAMPLES "/" + name + kind); };
+        const bytes entries = file(".entries");
+        for (unsigned options = 0; options < 8; ++options) {
+            conversion_request request{.input_name = name + ".out", .input = file(".out")};
+            request.symbols_only = options & 1;
+            request.c_text = options & 2;
+            if (options & 4)
+                request.entries = {{entries.begin(), entries.end()}};
+            const std::vector<finding> findings = findings_of(support::convert(request).module);
+            EXPECT_FALSE(has_errors(findings)) << name << " " << options << "\n" << text_of(findings);
+        }
     }
 }
 
