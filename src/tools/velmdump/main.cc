@@ -96,7 +96,7 @@ int run_map(const velmdump_options& options, const velm_module& module) {
     std::FILE* out = options.output == "-" ? stdout : std::fopen(options.output.c_str(), "w");
     if (out) {
         const std::string& path = options.files[0];
-        draw_map(module, path.c_str() + path.rfind('/') + 1, out);
+        draw_map(module, path.c_str() + (path.rfind('/') + 1), out);
         const bool written = !std::ferror(out) && std::fflush(out) == 0;
         if ((out == stdout || std::fclose(out) == 0) && written)
             return good;
