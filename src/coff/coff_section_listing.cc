@@ -1,6 +1,5 @@
 // Listings of a section: header, contents, relocations and line numbers. What the file does not hold is named as
 // missing, so that a damaged file can be looked at, too.
-#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -9,6 +8,7 @@
 #include "coff/listing_text.h"
 #include "msg/user_msg.h"
 #include "packets/reloc_fields.h"
+#include "packets/reloc_names.h"
 
 namespace {
 
@@ -20,17 +20,6 @@ constexpr std::pair<std::uint32_t, const char*> flag_names[] = {
     {s_data, "DATA"},          {s_bss, "BSS"},       {s_blocked, "BLOCKED"},
     {s_pass, "PASS"},          {s_clink, "CLINK"},   {s_vector, "VECTOR"},
     {s_padded, "PADDED"},      {s_icode, "ICODE"}};
-
-constexpr std::pair<std::uint16_t, const char*> type_names[] = {
-    {R_ABS, "R_ABS"},         {R_REL24, "R_REL24"},     {R_DIR32, "R_DIR32"},     {R_RELBYTE, "R_RELBYTE"},
-    {R_RELWORD, "R_RELWORD"}, {R_RELLONG, "R_RELLONG"}, {R_PCRBYTE, "R_PCRBYTE"}, {R_PCRWORD, "R_PCRWORD"},
-    {R_PCRLONG, "R_PCRLONG"}, {R_PCR24, "R_PCR24"},     {RE_ADD, "RE_ADD"},       {RE_SUB, "RE_SUB"},
-    {RE_NEG, "RE_NEG"},       {RE_MPY, "RE_MPY"},       {RE_DIV, "RE_DIV"},       {RE_MOD, "RE_MOD"},
-    {RE_SR, "RE_SR"},         {RE_ASR, "RE_ASR"},       {RE_SL, "RE_SL"},         {RE_AND, "RE_AND"},
-    {RE_OR, "RE_OR"},         {RE_XOR, "RE_XOR"},       {RE_NOTB, "RE_NOTB"},     {RE_ULDFLD, "RE_ULDFLD"},
-    {RE_SLDFLD, "RE_SLDFLD"}, {RE_USTFLD, "RE_USTFLD"}, {RE_SSTFLD, "RE_SSTFLD"}, {RE_PUSH, "RE_PUSH"},
-    {RE_PUSHSK, "RE_PUSHSK"}, {RE_PUSHUK, "RE_PUSHUK"}, {RE_PUSHPC, "RE_PUSHPC"}, {RE_DUP, "RE_DUP"},
-    {RE_XSTFLD, "RE_XSTFLD"}, {RE_PUSHSV, "RE_PUSHSV"}};
 
 std::string names_of(std::uint32_t flags) {
     std::string names;
@@ -117,9 +106,9 @@ void print_reloc_xml(const reloc& entry, COFF_FILE* file, const char* type_name,
 }  // namespace
 
 const char* COFF_SECTION::reloc_name(int type) const {
-    const auto* const found = std::find_if(std::begin(type_names), std::end(type_names),
-                                           [type](const auto& known) { return known.first == type; });
-    return found == std::end(type_names) ? "other" : found->second;
+    const char* const name =
+        type < 0 || type > UINT16_MAX ? nullptr : reloc_type_name(static_cast<std::uint16_t>(type));
+    return name ? name : "other";
 }
 
 void COFF_SECTION::dump_header(std::FILE* out) const {

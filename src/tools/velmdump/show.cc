@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "packets/reloc_fields.h"
+#include "packets/reloc_names.h"
 #include "tools/velmdump/checks.h"
 
 namespace {

@@ -83,9 +83,6 @@ private:
     [[nodiscard]] int width_of(const section_place& section) const;
 };
 
-/// The name of a relocation type, or null.
-const char* reloc_type_name(std::uint16_t type);
-
 /// Bits per address unit of a target, 0 when it is not known.
 int target_width(std::uint16_t target_id);
 
