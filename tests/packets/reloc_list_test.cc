@@ -8,7 +8,6 @@
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 struct placed {
     std::int32_t offset;  ///< bytes
@@ -59,55 +58,50 @@ private:
     std::vector<std::uint32_t> offsets_;
 };
 
-// A field that ends with the packet stays; one byte more and the packet ends before it.
-TEST(RelocList, EvenCutLeavesTheFieldToTheNextPacket) {
-    section whole(0x1000, 8, {{1020, 4}});
-    EXPECT_EQ(whole.packet(0, 1024), 1024);
-    EXPECT_THAT(whole.offsets(), ElementsAre(1020U));
-
-    section crossing(0x1000, 8, {{8, 4}, {1022, 4}});
-    EXPECT_EQ(crossing.packet(0, 1024), 1022);
-    EXPECT_THAT(crossing.offsets(), ElementsAre(8U));
-    EXPECT_EQ(crossing.packet(1022, 1024), 1024);
-    EXPECT_THAT(crossing.offsets(), ElementsAre(0U));
-}
-
-// The pushes of an expression have no extent: at an even cut they stay, at the very end of the packet.
-TEST(RelocList, EvenCutSplitsAnAddressGroup) {
-    section expression(0, 8, {{12, 0}, {12, 0}, {12, 8}});
-    EXPECT_EQ(expression.packet(0, 16), 12);
-    EXPECT_THAT(expression.offsets(), ElementsAre(12U, 12U));
-    EXPECT_FALSE(expression.field_passes_packet());
-    EXPECT_EQ(expression.packet(12, 16), 16);
-    EXPECT_THAT(expression.offsets(), ElementsAre(0U));
-}
-
-struct odd_cut {
-    const char* what;
-    std::vector<placed> fields;
+/// One packet: what is proposed, and what is expected.
+struct packet {
+    std::int32_t start, size;
     std::int32_t length;
     std::vector<std::uint32_t> offsets;
-    std::int32_t next_length;
-    std::vector<std::uint32_t> next_offsets;
+    bool field_passes = false;
 };
 
-TEST(RelocList, OddCutGoesBackOneByteMoreAndLooksAgain) {
-    const odd_cut table[] = {
-        {"the field before stays", {{3, 1}, {13, 4}}, 12, {3}, 16, {1}},
-        {"a whole group moves on", {{13, 0}, {13, 0}, {13, 4}}, 12, {}, 16, {1, 1, 1}},
-        {"one cut causes the next", {{5, 4}, {9, 4}, {13, 4}}, 4, {}, 16, {1, 5, 9}},
-        {"the field before loses its last byte", {{2, 2}, {10, 3}, {13, 4}}, 10, {2}, 16, {0, 3}},
-        {"first of all", {{13, 4}}, 12, {}, 16, {1}},
-        {"a group before a group", {{3, 0}, {3, 1}, {13, 0}, {13, 4}}, 12, {3, 3}, 16, {1, 1}},
+TEST(RelocList, PacketsEndWhereTheirFieldsAllow) {
+    const struct {
+        const char* what;
+        std::uint16_t width;
+        std::vector<placed> fields;
+        std::vector<packet> packets;
+    } table[] = {
+        // At an even cut the field goes to the next packet.
+        {"the field ends with the packet", 8, {{1020, 4}}, {{0, 1024, 1024, {1020}}}},
+        {"one byte more", 8, {{8, 4}, {1022, 4}}, {{0, 1024, 1022, {8}}, {1022, 1024, 1024, {0}}}},
+        // The pushes of an expression have no extent: they stay, at the very end of the packet.
+        {"a group is split", 8, {{12, 0}, {12, 0}, {12, 8}}, {{0, 16, 12, {12, 12}}, {12, 16, 16, {0}}}},
+        // An odd cut goes back one byte more and looks again.
+        {"the field before stays", 8, {{3, 1}, {13, 4}}, {{0, 16, 12, {3}}, {12, 16, 16, {1}}}},
+        {"a whole group moves on", 8, {{13, 0}, {13, 0}, {13, 4}}, {{0, 16, 12, {}}, {12, 16, 16, {1, 1, 1}}}},
+        {"one cut causes the next", 8, {{5, 4}, {9, 4}, {13, 4}}, {{0, 16, 4, {}}, {4, 16, 16, {1, 5, 9}}}},
+        {"the field before is cut", 8, {{2, 2}, {10, 3}, {13, 4}}, {{0, 16, 10, {2}}, {10, 16, 16, {0, 3}}}},
+        {"a group before a group", 8, {{3, 0}, {3, 1}, {13, 0}, {13, 4}}, {{0, 16, 12, {3, 3}}, {12, 16, 16, {1, 1}}}},
+        // Offsets are in address units.
+        {"16 bits", 16, {{0, 2}, {6, 4}, {14, 4}}, {{0, 16, 14, {0, 3}}}},
+        {"32 bits", 32, {{4, 4}, {12, 4}}, {{0, 16, 16, {1, 3}}}},
+        // What lies behind the packet is not looked at; what lies below it is taken, as it comes.
+        {"out of order", 8, {{20, 1}, {4, 1}}, {{0, 16, 16, {}}, {16, 16, 16, {4, 0xFFFFFFF4U}}}},
+        {"a late cut inside the field before", 8, {{10, 4}, {6, 16}}, {{0, 16, 6, {10}, true}}},
+        // No packet is left, which the caller reports.
+        {"too long a field at the start", 8, {{0, 8}}, {{0, 4, 0, {}}}},
+        {"too long a field behind it", 8, {{1, 8}}, {{0, 4, 0, {}}}},
     };
     for (const std::uint32_t vaddr : {0U, 0x1001U, 0x7FFFFFF8U, 0x80000000U, 0xFFFFFFF8U}) {
-        for (const odd_cut& c : table) {
-            section odd(vaddr, 8, c.fields);
-            EXPECT_EQ(odd.packet(0, 16), c.length) << c.what;
-            EXPECT_EQ(odd.offsets(), c.offsets) << c.what;
-            EXPECT_EQ(odd.packet(c.length, 16), c.next_length) << c.what;
-            EXPECT_EQ(odd.offsets(), c.next_offsets) << c.what;
-            EXPECT_FALSE(odd.field_passes_packet()) << c.what;
+        for (const auto& c : table) {
+            section cut(vaddr, c.width, c.fields);
+            for (const packet& p : c.packets) {
+                EXPECT_EQ(cut.packet(p.start, p.size), p.length) << c.what << " at " << vaddr;
+                EXPECT_EQ(cut.offsets(), p.offsets) << c.what << " at " << vaddr;
+                EXPECT_EQ(cut.field_passes_packet(), p.field_passes) << c.what << " at " << vaddr;
+            }
         }
     }
 }
@@ -121,38 +115,6 @@ TEST(RelocList, TranslatedRecordsAreNotReadAgain) {
     EXPECT_EQ(wrapping.packet(18, 16), 12);
     EXPECT_THAT(wrapping.offsets(), ElementsAre(5U));
     EXPECT_EQ(wrapping.cursor(), 3U);
-}
-
-TEST(RelocList, OffsetsAreInAddressUnits) {
-    section sixteen(0x100, 16, {{0, 2}, {6, 4}, {14, 4}});
-    EXPECT_EQ(sixteen.packet(0, 16), 14);
-    EXPECT_THAT(sixteen.offsets(), ElementsAre(0U, 3U));
-    section thirtytwo(0x100, 32, {{4, 4}, {12, 4}});
-    EXPECT_EQ(thirtytwo.packet(0, 16), 16);
-    EXPECT_THAT(thirtytwo.offsets(), ElementsAre(1U, 3U));
-}
-
-// No packet is left, which the caller reports.
-TEST(RelocList, FieldAtTheStartLeavesNothing) {
-    for (const std::int32_t offset : {0, 1}) {
-        section stuck(0x1000, 8, {{offset, 8}});
-        EXPECT_LE(stuck.packet(0, 4), 0) << offset;
-        EXPECT_THAT(stuck.offsets(), IsEmpty());
-    }
-}
-
-// What lies behind the packet is not looked at; what lies below it is taken, as it comes.
-TEST(RelocList, RecordsOutOfOrder) {
-    section behind(0x1000, 8, {{20, 1}, {4, 1}});
-    EXPECT_EQ(behind.packet(0, 16), 16);
-    EXPECT_THAT(behind.offsets(), IsEmpty());
-    EXPECT_EQ(behind.packet(16, 16), 16);
-    EXPECT_THAT(behind.offsets(), ElementsAre(4U, 0xFFFFFFF4U));
-
-    section cut_late(0x1000, 8, {{10, 4}, {6, 16}});  // the second field ends the packet inside the first one
-    EXPECT_EQ(cut_late.packet(0, 16), 6);
-    EXPECT_THAT(cut_late.offsets(), ElementsAre(10U));
-    EXPECT_TRUE(cut_late.field_passes_packet());
 }
 
 TEST(RelocList, SymbolsBecomeModuleSymbols) {
