@@ -5,7 +5,7 @@
 // where no items are equal. But around the middle entry, quite ordinary tables (rising, then falling) make it take n^2
 // comparisons. A sort that gets too expensive therefore goes on with the same divisions and swaps, but looks up where
 // the next swap is instead of walking there: it ranks all items once by merging, and keeps the least and the greatest
-// rank of every stretch of the table in two trees. No division swaps more often than its smaller side has entries, so
+// rank of every stretch of the table in a tree. No division swaps more often than its smaller side has entries, so
 // that all swaps together, like all divisions, number n * log(n) at most.
 #include "containers/table_sort.h"
 
@@ -72,20 +72,20 @@ std::vector<std::uint32_t> ranks_of(SLIST::NODE** table, std::size_t n, SLIST::c
     return merged;
 }
 
-/// The table, searched through the two trees. Leaf `leaves_ + k` is for position k, node x has the children 2x, 2x + 1.
+/// The table, searched through a tree. Leaf `leaves_ + k` is for position k, node x has the children 2x and 2x + 1. Each
+/// search climbs to the next stretch whose span promises what it looks for, then descends to the nearest such place.
 class ranked_table {
 public:
     ranked_table(SLIST::NODE** table, std::uint32_t n, SLIST::compare_function cmp)
-        : table_(table), leaves_(std::bit_ceil(std::size_t{n})), least_(2 * leaves_, nobody),
-          greatest_(2 * leaves_, 0) {
+        : table_(table), leaves_(std::bit_ceil(std::size_t{n})), spans_(2 * leaves_) {
         const std::vector<std::uint32_t> ranks = ranks_of(table, n, cmp);
-        std::copy(ranks.begin(), ranks.end(), least_.begin() + static_cast<std::ptrdiff_t>(leaves_));
-        std::copy(ranks.begin(), ranks.end(), greatest_.begin() + static_cast<std::ptrdiff_t>(leaves_));
+        for (std::size_t k = 0; k < n; ++k)
+            spans_[leaves_ + k] = {ranks[k], ranks[k]};
         for (std::size_t x = leaves_; --x > 0;)
             update(x);
     }
 
-    std::uint32_t key(std::uint32_t at) const { return least_[leaves_ + at]; }
+    std::uint32_t key(std::uint32_t at) const { return spans_[leaves_ + at].least; }
 
     void swap(std::uint32_t a, std::uint32_t b) {
         std::swap(table_[a], table_[b]);
@@ -100,45 +100,48 @@ public:
 
     std::uint32_t next_not_less(std::uint32_t pivot, std::uint32_t at, std::uint32_t /*limit*/) const {
         std::size_t x = leaves_ + at;
-        while (greatest_[x] < pivot) {
+        while (spans_[x].greatest < pivot) {
             while (x % 2 == 1)
                 x /= 2;
             ++x;
         }
         while (x < leaves_)
-            x = 2 * x + (greatest_[2 * x] < pivot ? 1 : 0);
+            x = 2 * x + (spans_[2 * x].greatest < pivot ? 1 : 0);
         return static_cast<std::uint32_t>(x - leaves_);
     }
     std::uint32_t previous_not_greater(std::uint32_t pivot, std::uint32_t at, std::uint32_t /*limit*/) const {
         std::size_t x = leaves_ + at;
-        while (least_[x] > pivot) {
+        while (spans_[x].least > pivot) {
             while (x % 2 == 0)
                 x /= 2;
             --x;
         }
         while (x < leaves_)
-            x = 2 * x + (least_[2 * x + 1] > pivot ? 0 : 1);
+            x = 2 * x + (spans_[2 * x + 1].least > pivot ? 0 : 1);
         return static_cast<std::uint32_t>(x - leaves_);
     }
 
 private:
-    static constexpr std::uint32_t nobody = std::numeric_limits<std::uint32_t>::max();
+    /// The ranks in a stretch of the table. Behind the table there are none, so that no search ends there.
+    struct span {
+        std::uint32_t least = std::numeric_limits<std::uint32_t>::max();
+        std::uint32_t greatest = 0;
+    };
 
     void update(std::size_t x) {
-        least_[x] = std::min(least_[2 * x], least_[2 * x + 1]);
-        greatest_[x] = std::max(greatest_[2 * x], greatest_[2 * x + 1]);
+        const span &left = spans_[2 * x], &right = spans_[2 * x + 1];
+        spans_[x] = {std::min(left.least, right.least), std::max(left.greatest, right.greatest)};
     }
     void set_rank(std::uint32_t at, std::uint32_t rank) {
         std::size_t x = leaves_ + at;
-        least_[x] = greatest_[x] = rank;
+        spans_[x] = {rank, rank};
         while ((x /= 2) > 0)
             update(x);
     }
 
     SLIST::NODE** table_;
     std::size_t leaves_;
-    std::vector<std::uint32_t> least_;     ///< ranks; `nobody` behind the table
-    std::vector<std::uint32_t> greatest_;  ///< ranks; 0 behind the table
+    std::vector<span> spans_;
 };
 
 /// Divides a part of at least two entries around its middle one, and gives the two sides, which share an entry if both

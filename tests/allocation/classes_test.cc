@@ -38,7 +38,7 @@ void expect_clean_failures(BODY body, long at_least, const std::string& message,
     EXPECT_GE(failures, at_least);
 }
 
-TEST(Allocation, ListsRunOutOfMemoryCleanly) {
+TEST(Allocation, ContainersRunOutOfMemoryCleanly) {
     // At least two blocks of nodes, the sorted table, and the stack of the sort.
     const auto use_list = [] {
         static SLIST global;  // destroyed at the end of the run, whatever has become of it
@@ -52,17 +52,15 @@ TEST(Allocation, ListsRunOutOfMemoryCleanly) {
         copy.find(&items[7]);
     };
     expect_clean_failures(use_list, 4, general_message);
-}
-
-TEST(Allocation, HashTablesRunOutOfMemoryCleanly) {
+    // Buckets, entries, nodes, three sorted tables.
     const auto use_table = [] {
         static SHASH global(SHASH::UINT32_hash, SHASH::UINT32_cmp, 3);
         for (std::uint32_t key = 0; key < 100; ++key)
             global.add(key, nullptr);
-        for (std::uint32_t key = 0; key < 100; ++key)
+        for (std::uint32_t key = 0; key < 3; ++key)
             global.find(key);
     };
-    expect_clean_failures(use_table, 6, general_message);  // buckets, entries, nodes, three sorted tables
+    expect_clean_failures(use_table, 6, general_message);
 }
 
 TEST(Allocation, DieGivesOneMessageOrTheOther) {
@@ -72,29 +70,26 @@ TEST(Allocation, DieGivesOneMessageOrTheOther) {
 }
 
 TEST(Allocation, TheInnermostScopeSpeaks) {
-    const auto allocate = [] { delete new std::string(100, 'x'); };
     const char* const inner = "ERROR: Unable to allocate storage for inner\n";
     const char* const outer = "ERROR: Unable to allocate storage for outer\n";
-    expect_clean_failures(
-        [&] {
-            const allocation_scope outer_scope(outer);
-            const allocation_scope inner_scope(inner);
-            allocate();
-        },
-        2, inner);
-    expect_clean_failures(
-        [&] {
-            const allocation_scope outer_scope(outer);
-            { const allocation_scope inner_scope(inner); }
-            allocate();
-        },
-        2, outer);
-    expect_clean_failures(
-        [&] {
-            { const allocation_scope scope(outer); }
-            allocate();
-        },
-        2, general_message);
+    for (const char* const speaker : {inner, outer, general_message}) {
+        const auto allocate_for = [&](const char* scope) {
+            if (scope == speaker)
+                delete new std::string(100, 'x');
+        };
+        const auto nested = [&] {
+            {
+                const allocation_scope outer_scope(outer);
+                {
+                    const allocation_scope inner_scope(inner);
+                    allocate_for(inner);
+                }
+                allocate_for(outer);
+            }
+            allocate_for(general_message);
+        };
+        expect_clean_failures(nested, 2, speaker);
+    }
 }
 
 }  // namespace
