@@ -1,5 +1,4 @@
 // Reading headers and strings, and what is refused.
-#include <gmock/gmock.h>
 #include <unistd.h>
 
 #include "coff_input.h"
@@ -8,14 +7,14 @@
 namespace {
 
 using namespace support;
+using testing::ElementsAre;
 using testing::ExitedWithCode;
 
 coff_image two_sections() {
     return {.sections = {{.name = ".text", .contents = {1, 2, 3, 4}}, {.name = "a_long_section_name", .paddr = 16}}};
 }
 
-class CoffFileInBothOrders : public testing::TestWithParam<byte_order> {};
-INSTANTIATE_TEST_SUITE_P(Order, CoffFileInBothOrders, testing::Values(byte_order::little, byte_order::big), order_name);
+MODFORGE_SUITE_IN_BOTH_ORDERS(CoffFileInBothOrders);
 
 // Every field has bytes of its own, so that a swapped, shifted or narrowed one shows.
 TEST_P(CoffFileInBothOrders, HeadersComeOutInHostOrder) {
@@ -25,23 +24,9 @@ TEST_P(CoffFileInBothOrders, HeadersComeOutInHostOrder) {
     image.optional_header =
         coff_optional_header{0x0108, 0xFFFE, 0x01020304, 0x05060708, 0x090A0B0C, 0x80818283, 0x11121314, 0x15161718};
     const coff_input input(image);
-    const COFF_FILE& file = input.file;
-    EXPECT_EQ(file.fh_magic(), 0xC2);
-    EXPECT_EQ(file.fh_nscns(), 2);
-    EXPECT_EQ(file.fh_timdat(), 0x12345678U);
-    EXPECT_EQ(file.fh_nsyms(), 0U);
-    EXPECT_EQ(file.fh_opthdr(), 28);
-    EXPECT_EQ(file.fh_flags(), 0x1203);
-    EXPECT_EQ(file.fh_target_id(), 0x99);
-    EXPECT_TRUE(file.is_big_e());
-    EXPECT_EQ(file.ofh_magic(), 0x108);
-    EXPECT_EQ(file.ofh_vstamp(), -2);
-    EXPECT_EQ(file.ofh_tsize(), 0x01020304);
-    EXPECT_EQ(file.ofh_dsize(), 0x05060708);
-    EXPECT_EQ(file.ofh_bsize(), 0x090A0B0C);
-    EXPECT_EQ(file.ofh_entrypt(), 0x80818283U);
-    EXPECT_EQ(file.ofh_text_start(), 0x11121314);
-    EXPECT_EQ(file.ofh_data_start(), 0x15161718);
+    EXPECT_THAT(header_of(input.file), ElementsAre(0xC2, 2, 0x12345678, 0, 28, 0x1203, 0x99, 0x108, -2, 0x01020304,
+                                                   0x05060708, 0x090A0B0C, 0x80818283, 0x11121314, 0x15161718));
+    EXPECT_TRUE(input.file.is_big_e());
 }
 
 TEST_P(CoffFileInBothOrders, PointersCountFromTheImageExceptTheSymbolTable) {
@@ -54,41 +39,39 @@ TEST_P(CoffFileInBothOrders, PointersCountFromTheImageExceptTheSymbolTable) {
     EXPECT_EQ(input.file.image_start(), 37);
     EXPECT_STREQ(input.section(2).name(), "a_long_section_name");
     EXPECT_STREQ(input.symbol(0).name(), "a_long_symbol_name");
-    EXPECT_EQ(input.section(1).raw_data()[3], 4);
-    EXPECT_EQ(static_cast<reloc*>(input.section(1).first_reloc()->data)->r_vaddr, 2U);
+    EXPECT_EQ(contents_of(input.section(1)), (bytes{1, 2, 3, 4}));
+    EXPECT_THAT(relocs_of(input.section(1)), ElementsAre(2, 0, 0, 17));
 }
 
-// An optional header of another size than 28 is neither read nor skipped, yet counts as present.
-TEST(CoffFile, OptionalHeaderAccessorsWithoutOne) {
+// An optional header of another size than 28 is neither read nor skipped, yet counts as present; one that is cut short
+// leaves zeros.
+TEST(CoffFile, OddOptionalHeaders) {
     coff_image image = two_sections();
     const coff_input none(image);
     image.opthdr = 20;
     const coff_input odd(image);
-    EXPECT_EQ(none.file.ofh_entrypt(), 0xFFFFFFFFU);
-    EXPECT_EQ(none.file.ofh_magic(), -1);
-    EXPECT_EQ(none.file.ofh_data_start(), -1);
-    EXPECT_EQ(odd.file.ofh_entrypt(), 0U);
-    EXPECT_EQ(odd.file.ofh_magic(), 0);
+    const coff_image whole{.optional_header = coff_optional_header{.magic = 0x108, .tsize = 5, .entrypt = 9}};
+    bytes data = whole.data();
+    data.resize(22 + 8);
+    const coff_input cut(data);
+    const auto optional = [](const coff_input& input) {
+        const numbers all = header_of(input.file);
+        return numbers(all.begin() + 7, all.end());
+    };
+    EXPECT_THAT(optional(none), ElementsAre(-1, -1, -1, -1, -1, 0xFFFFFFFF, -1, -1));
+    EXPECT_THAT(optional(odd), ElementsAre(0, 0, 0, 0, 0, 0, 0, 0));
+    EXPECT_THAT(optional(cut), ElementsAre(0x108, 0, 5, 0, 0, 0, 0, 0));
     EXPECT_STREQ(odd.file.get_section(std::int16_t{1})->name(), ".text");
 }
 
-TEST(CoffFile, OptionalHeaderCutShortLeavesZeros) {
-    coff_image image;
-    image.optional_header = coff_optional_header{.magic = 0x108, .tsize = 5, .entrypt = 9};
-    bytes data = image.data();
-    data.resize(22 + 8);
-    const coff_input input(data);
-    EXPECT_EQ(input.file.ofh_magic(), 0x108);
-    EXPECT_EQ(input.file.ofh_tsize(), 5);
-    EXPECT_EQ(input.file.ofh_entrypt(), 0U);
-}
-
+// The sections of a second read have numbers that go on where the first ended.
 TEST(CoffFile, SectionsByNumberAndName) {
     coff_image image = two_sections();
     image.sections.push_back({.name = ".debug_line"});
     image.sections.push_back({.name = ".text"});
-    const coff_input input(image);
-    const COFF_FILE& file = input.file;
+    const memory_stream stream(image.data());
+    COFF_FILE file(true);
+    ASSERT_EQ(file.read(stream.get(), false), 0);
     EXPECT_EQ(file.get_section(".text"), file.get_section(std::int16_t{1}));
     EXPECT_EQ(file.get_section("a_long_section_name")->scnum(), 2);
     EXPECT_EQ(file.get_section(".tex"), nullptr);
@@ -96,15 +79,9 @@ TEST(CoffFile, SectionsByNumberAndName) {
         EXPECT_EQ(file.get_section(static_cast<std::int16_t>(number)), nullptr) << number;
     EXPECT_TRUE(file.contains_dwarf_info());
     EXPECT_EQ(file.find_icode_sect(), nullptr);
-}
-
-TEST(CoffFile, NumbersOfASecondReadGoOn) {
-    const memory_stream stream(two_sections().data());
-    COFF_FILE file(true);
-    ASSERT_EQ(file.read(stream.get(), false), 0);
     std::rewind(stream.get());
     ASSERT_EQ(file.read(stream.get(), false), 0);
-    EXPECT_EQ(file.get_section(std::int16_t{1})->scnum(), 3);
+    EXPECT_EQ(file.get_section(std::int16_t{1})->scnum(), 5);
 }
 
 // Counts of 0 make pointers meaningless: garbage beside them is not looked at.
@@ -113,85 +90,62 @@ TEST(CoffFile, NothingIsCheckedWhoseCountIsZero) {
     image.sections = {
         {.name = ".bss", .flags = 0x80, .size = 64, .scnptr = 0xFFFFFFFF, .relptr = 0xFFFFFFFF, .lnnoptr = 0xFFFFFFFF}};
     coff_input input(image);
-    EXPECT_EQ(input.section(1).raw_data(), nullptr);
+    EXPECT_TRUE(input.section(1).is_bss() && !input.section(1).raw_data());
     EXPECT_EQ(input.file.symbol_table()->first_sym(), nullptr);
 }
 
+// coff_init() reads headers only; cut ones make it and every other way to read them fail without ending the run.
 TEST(CoffFile, OnlyHeadersWithCoffInit) {
     coff_image image = two_sections();
     image.sections[0].relptr = 0xFFFFFF00;
     image.sections[0].nreloc = 1000;
-    const memory_stream stream(image.data());
+    const bytes whole = image.data();
+    const memory_stream stream(whole);
     const std::unique_ptr<COFF_FILE> file(COFF_FILE::coff_init(stream.get(), true));
     ASSERT_NE(file, nullptr);
     EXPECT_STREQ(file->get_section(std::int16_t{2})->name(), "a_long_section_name");
-    bytes cut = image.data();
-    cut.resize(60);
-    const memory_stream short_stream(cut);
-    EXPECT_EQ(COFF_FILE::coff_init(short_stream.get(), true), nullptr);
+    for (const std::ptrdiff_t size : {1, 21, 22, 22 + 47, 22 + 95}) {
+        const bytes data(whole.begin(), whole.begin() + size);
+        const memory_stream cut(data);
+        EXPECT_EQ(COFF_FILE::coff_init(cut.get(), true), nullptr) << size;
+        EXPECT_ENDS(read_and_exit(data), "Failed to read file and/or section headers") << size;
+    }
 }
 
-TEST(CoffFile, SwappersExchangeInPlace) {
-    std::uint16_t half = 0x1234;
-    std::uint32_t word = 0x12345678;
-    EXPECT_EQ(COFF_FILE::swap2(&half), 0x3412);
-    EXPECT_EQ(COFF_FILE::swap4(&word), 0x78563412U);
-    EXPECT_EQ(half, 0x3412);
-    EXPECT_EQ(word, 0x78563412U);
-}
-
-TEST(CoffFile, FlagsAreSetAndCleared) {
+TEST(CoffFile, FlagsAndSwappersChangeInPlace) {
     coff_input input(two_sections());
     EXPECT_EQ(input.file.fh_add_flags(0x8003), 0x9103);
     EXPECT_EQ(input.file.fh_del_flags(0x1001), 0x8102);
     EXPECT_EQ(input.file.fh_flags(), 0x8102);
+    std::uint16_t half = 0x1234;
+    std::uint32_t word = 0x12345678;
+    EXPECT_TRUE(COFF_FILE::swap2(&half) == 0x3412 && half == 0x3412);
+    EXPECT_TRUE(COFF_FILE::swap4(&word) == 0x78563412 && word == 0x78563412);
 }
 
-// A table that breaks one thing each, with a word of its message.
-struct refusal {
-    const char* name;
-    const char* message;
-    void (*damage)(coff_image& image);
-};
-
-void PrintTo(const refusal& broken, std::ostream* out) {
-    *out << broken.name;
+// Each breaks one thing of an image that is sound otherwise.
+TEST(CoffFile, RefusalsHaveAMessageAndStatus1) {
+    const std::pair<const char*, void (*)(coff_image & image)> cases[] = {
+        {"only supports COFF version 2", [](coff_image& i) { i.magic = 0xC1; }},
+        {"^Invalid target type\n$", [](coff_image& i) { i.target_id = 0x94; }},
+        {"32768 sections", [](coff_image& i) { i.sections.assign(32768, {}); }},
+        {"relocations of section", [](coff_image& i) { i.sections[0] = {.relptr = 0, .nreloc = 1000}; }},
+        {"relocations of section", [](coff_image& i) { i.sections[1] = {.relptr = 0xFFFFFFF0, .nreloc = 1}; }},
+        {"failed to read symbol table", [](coff_image& i) { i.symptr = 0x7FFFFFF0; }},
+        {"failed to read symbol table", [](coff_image& i) { i.symptr = 0xFFFFFFFE; }},
+        {"string table", [](coff_image& i) { i.string_table = false; }},
+        {"runs past the end", [](coff_image& i) { i.string_table_length = 1000; }},
+        {"below 4", [](coff_image& i) { i.string_table_length = 3; }},
+        {"no string at offset", [](coff_image& i) { i.string_table_length = 30; }},
+        {"no string at offset 3", [](coff_image& i) { i.symbols[0].name_offset = 3; }},
+        {"no string at offset 4000", [](coff_image& i) { i.symbols[0].name_offset = 4000; }}};
+    for (const auto& [message, damage] : cases) {
+        coff_image image = two_sections();
+        image.symbols = {{.name = "a_long_symbol_name"}};
+        damage(image);
+        EXPECT_ENDS(read_and_exit(image.data()), message);
+    }
 }
-
-class Refusals : public testing::TestWithParam<refusal> {};
-
-TEST_P(Refusals, EndWithAMessageAndStatus1) {
-    coff_image image = two_sections();
-    image.symbols = {{.name = "a_long_symbol_name"}};
-    GetParam().damage(image);
-    EXPECT_EXIT(read_and_exit(image.data()), ExitedWithCode(1), GetParam().message);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    CoffFile, Refusals,
-    testing::Values(
-        refusal{"version", "only supports COFF version 2", [](coff_image& i) { i.magic = 0xC1; }},
-        refusal{"target", "^Invalid target type\n$", [](coff_image& i) { i.target_id = 0x94; }},
-        refusal{"too_many_sections", "32768 sections", [](coff_image& i) { i.sections.assign(32768, {}); }},
-        refusal{"relocs_outside", "relocations of section",
-                [](coff_image& i) {
-                    i.sections[0].relptr = 0;
-                    i.sections[0].nreloc = 1000;
-                }},
-        refusal{"reloc_pointer_negative", "relocations of section",
-                [](coff_image& i) {
-                    i.sections[1].relptr = 0xFFFFFFF0;
-                    i.sections[1].nreloc = 1;
-                }},
-        refusal{"symbols_outside", "failed to read symbol table", [](coff_image& i) { i.symptr = 0x7FFFFFF0; }},
-        refusal{"symbol_pointer_negative", "failed to read symbol table", [](coff_image& i) { i.symptr = 0xFFFFFFFE; }},
-        refusal{"no_strings", "string table", [](coff_image& i) { i.string_table = false; }},
-        refusal{"strings_too_long", "runs past the end", [](coff_image& i) { i.string_table_length = 1000; }},
-        refusal{"strings_below_4", "below 4", [](coff_image& i) { i.string_table_length = 3; }},
-        refusal{"string_unterminated", "no string at offset", [](coff_image& i) { i.string_table_length = 30; }},
-        refusal{"offset_in_length_word", "no string at offset 3", [](coff_image& i) { i.symbols[0].name_offset = 3; }},
-        refusal{"offset_outside", "no string at offset 4000", [](coff_image& i) { i.symbols[0].name_offset = 4000; }}),
-    [](const auto& broken) { return std::string(broken.param.name); });
 
 // Names that need no table are read whatever the table looks like.
 TEST(CoffFile, StringTableMattersOnlyToLongNames) {
@@ -200,8 +154,7 @@ TEST(CoffFile, StringTableMattersOnlyToLongNames) {
         image.string_table_length = length;
         coff_input input(image);
         EXPECT_STREQ(input.section(1).name(), "12345678");
-        EXPECT_STREQ(input.symbol(0).name(), "");
-        EXPECT_STREQ(input.symbol(1).name(), "abcdefgh");
+        EXPECT_THAT(names_of(input.file), ElementsAre("", "abcdefgh"));
     }
 }
 
@@ -212,23 +165,14 @@ TEST(CoffFile, CutSymbolTableIsReportedBeforeTheStrings) {
     const built_image built = image.build();
     bytes data = built.data;
     data.resize(built.symbols[1] + 18 + 17);
-    EXPECT_EXIT(read_and_exit(data), ExitedWithCode(1), "failed to read auxiliary entry");
+    EXPECT_ENDS(read_and_exit(data), "failed to read auxiliary entry");
     data.resize(built.symbols[1] + 17);
-    EXPECT_EXIT(read_and_exit(data), ExitedWithCode(1), "failed to read symbol table");
-}
-
-TEST(CoffFile, CutHeadersFailWithoutEndingTheRun) {
-    const bytes whole = two_sections().data();
-    for (const std::size_t size : {1U, 21U, 22U, 22U + 47U, 22U + 95U}) {
-        bytes data(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
-        EXPECT_EXIT(read_and_exit(data), ExitedWithCode(1), "Failed to read file and/or section headers") << size;
-    }
+    EXPECT_ENDS(read_and_exit(data), "failed to read symbol table");
 }
 
 TEST(CoffFile, TargetIdMattersUnlessAnyMayCome) {
     coff_image image;
-    EXPECT_EXIT(read_and_exit(image.data(), false), ExitedWithCode(1),
-                "the specified file is not a valid \\?\\?\\? COFF file");
+    EXPECT_ENDS(read_and_exit(image.data(), false), "the specified file is not a valid \\?\\?\\? COFF file");
     image.target_id = 0;
     EXPECT_EXIT(read_and_exit(image.data(), false), ExitedWithCode(0), "^$");
 }
@@ -241,7 +185,7 @@ TEST(CoffFile, RelocationsStayInProportionToTheFile) {
     const std::uint32_t table = static_cast<std::uint32_t>(image.build().relocs[0]);
     for (coff_section& section : image.sections)
         section.relptr = table;
-    EXPECT_EXIT(read_and_exit(image.data()), ExitedWithCode(1), "bytes of relocations in a file of");
+    EXPECT_ENDS(read_and_exit(image.data()), "bytes of relocations in a file of");
 }
 
 [[noreturn]] void read_path_and_exit(const std::string& path) {
@@ -251,22 +195,19 @@ TEST(CoffFile, RelocationsStayInProportionToTheFile) {
 
 TEST(CoffFile, PathsThatCannotBeRead) {
     const temporary_directory directory;
-    EXPECT_EXIT(read_path_and_exit(directory.file("none")), ExitedWithCode(1), "Cannot open input file '");
-    EXPECT_EXIT(read_path_and_exit(directory.path()), ExitedWithCode(1), "cannot be read");
+    EXPECT_ENDS(read_path_and_exit(directory.file("none")), "Cannot open input file '");
+    EXPECT_ENDS(read_path_and_exit(directory.path()), "cannot be read");
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
-    EXPECT_EXIT(read_path_and_exit("/dev/fd/" + std::to_string(ends[0])), ExitedWithCode(1), "in any order");
+    EXPECT_ENDS(read_path_and_exit("/dev/fd/" + std::to_string(ends[0])), "in any order");
     close(ends[0]);
     close(ends[1]);
-}
-
-TEST(CoffFile, FileBeyondTheReachOfItsPointers) {
-    const temporary_directory directory;
-    const std::string path = directory.write("sparse.out", two_sections().data());
-    ASSERT_EQ(truncate(path.c_str(), 0x7FFFFFFF), 0);
-    EXPECT_EXIT(read_path_and_exit(path), ExitedWithCode(0), "^$");
-    ASSERT_EQ(truncate(path.c_str(), 0x80000000), 0);
-    EXPECT_EXIT(read_path_and_exit(path), ExitedWithCode(1), "too long");
+    // Beyond the reach of a file's own pointers.
+    const std::string sparse = directory.write("sparse.out", two_sections().data());
+    ASSERT_EQ(truncate(sparse.c_str(), 0x7FFFFFFF), 0);
+    EXPECT_EXIT(read_path_and_exit(sparse), ExitedWithCode(0), "^$");
+    ASSERT_EQ(truncate(sparse.c_str(), 0x80000000), 0);
+    EXPECT_ENDS(read_path_and_exit(sparse), "too long");
 }
 
 TEST(CoffStrings, AddedOnesShareOffsetsAndGrowTheTableInSteps) {
@@ -274,7 +215,6 @@ TEST(CoffStrings, AddedOnesShareOffsetsAndGrowTheTableInSteps) {
     EXPECT_EQ(file.add_string("first"), 4U);
     EXPECT_EQ(file.strtab_capacity(), 132U);
     EXPECT_EQ(file.add_string(std::string("fir").append("st").c_str()), 4U);
-    EXPECT_EQ(file.strtab_size(), 10U);
     EXPECT_EQ(file.add_string(std::string(121, 'x').c_str()), 10U);
     EXPECT_EQ(file.strtab_capacity(), 132U);  // 4 + 6 + 122: full to the last byte
     EXPECT_EQ(file.add_string(std::string(300, 'y').c_str()), 132U);

@@ -1,17 +1,12 @@
 // Section headers, contents, relocations and line numbers.
-#include <gmock/gmock.h>
-
 #include "coff_input.h"
 
 namespace {
 
 using namespace support;
 using testing::ElementsAre;
-using testing::ExitedWithCode;
 
-class CoffSectionInBothOrders : public testing::TestWithParam<byte_order> {};
-INSTANTIATE_TEST_SUITE_P(Order, CoffSectionInBothOrders, testing::Values(byte_order::little, byte_order::big),
-                         order_name);
+MODFORGE_SUITE_IN_BOTH_ORDERS(CoffSectionInBothOrders);
 
 TEST_P(CoffSectionInBothOrders, HeaderFieldsComeOutInHostOrder) {
     coff_image image{.order = GetParam(), .target_id = 0x98};
@@ -24,38 +19,24 @@ TEST_P(CoffSectionInBothOrders, HeaderFieldsComeOutInHostOrder) {
     coff_input input(image);
     COFF_SECTION& section = input.section(1);
     EXPECT_STREQ(section.name(), "12345678");
-    EXPECT_EQ(section.sh_paddr(), 0x81828384U);
-    EXPECT_EQ(section.sh_vaddr(), 0x01020304U);
-    EXPECT_EQ(section.sh_flags(), 0x00031245U);
-    EXPECT_EQ(section.sh_page(), 0x0102);
-    EXPECT_EQ(section.wordsz(), 16);
-    EXPECT_EQ(section.size_in_words(), 3U);
-    EXPECT_EQ(section.size_in_bytes(), 6U);
-    EXPECT_EQ(section.raw_data()[5], 6);
-    EXPECT_EQ(section.scnum(), 1);
+    EXPECT_THAT(header_of(section), ElementsAre(1, 16, 0x81828384, 0x01020304, 3, 0, 0, 0x00031245, 0x0102));
+    EXPECT_EQ(contents_of(section), (bytes{1, 2, 3, 4, 5, 6}));
 }
 
-// The width byte is byte 44 as it lies in the file, in either order.
-TEST_P(CoffSectionInBothOrders, WidthByteReplacesTheWidthOfTheTarget) {
-    for (const std::uint8_t width : std::initializer_list<std::uint8_t>{8, 16, 32}) {
-        coff_image image{.order = GetParam(), .sections = {{.contents = {1, 2, 3, 4}, .mwidth = width}}};
-        coff_input input(image);
-        EXPECT_EQ(input.section(1).sh_mwidth(), width);
-        EXPECT_EQ(input.section(1).wordsz(), width);
-        EXPECT_EQ(input.section(1).size_in_words(), 32U / width);
-    }
-}
-
-TEST(CoffSection, WidthsOfTargets) {
-    const std::pair<std::uint16_t, int> widths[] = {{0x93, 32}, {0x97, 8},  {0x98, 16}, {0x99, 8},
-                                                    {0x9C, 8},  {0x9D, 16}, {0x9F, 8}};
-    for (const auto& [target, width] : widths) {
-        coff_input input(coff_image{.target_id = target, .sections = {{}}});
+// The width of the target, unless the width byte replaces it: byte 44 as it lies in the file, in either order.
+TEST_P(CoffSectionInBothOrders, Widths) {
+    const std::tuple<std::uint16_t, std::uint8_t, int> cases[] = {
+        {0x93, 0, 32}, {0x97, 0, 8}, {0x98, 0, 16},  {0x99, 0, 8},   {0x9C, 0, 8},
+        {0x9D, 0, 16}, {0x9F, 0, 8}, {0x99, 16, 16}, {0x99, 32, 32}, {0x93, 8, 8}};
+    for (const auto& [target, mwidth, width] : cases) {
+        coff_input input(coff_image{.order = GetParam(), .target_id = target, .sections = {{.mwidth = mwidth}}});
         EXPECT_EQ(input.section(1).wordsz(), width) << target;
+        EXPECT_EQ(input.section(1).sh_mwidth(), mwidth);
     }
 }
 
-// What is a symbol index, a pushed constant or single bytes follows from the type; so does the displacement.
+// What is a symbol index, a pushed constant or single bytes follows from the type; so does the displacement: types
+// without one keep its bytes as they lie in the file.
 TEST_P(CoffSectionInBothOrders, RelocationsAreSwappedByType) {
     coff_image image{.order = GetParam(), .sections = {{.contents = bytes(64)}}};
     image.sections[0].relocs = {{.vaddr = 0x80000001, .type = 17, .symndx = 0x01020304, .disp = 0x0506},
@@ -66,48 +47,48 @@ TEST_P(CoffSectionInBothOrders, RelocationsAreSwappedByType) {
                                 {.vaddr = 6, .type = 0x5001, .symndx = 9, .disp = 0x0506},
                                 {.vaddr = 7, .type = 0x4011, .symndx = 9, .disp = 0x0506}};
     coff_input input(image);
-    ASSERT_EQ(input.section(1).sh_nreloc(), 7U);
-    std::vector<reloc> list;
-    for (const reloc* entry : items<reloc>(*input.section(1).get_reloc_list()))
-        list.push_back(*entry);
-    // Types without displacement keep its bytes as they lie in the file.
+    reloc field[2] = {};
+    for (std::uint8_t k = 0; k < 2; ++k) {
+        const std::uint8_t first = k == 0 ? 1 : 5;
+        const std::uint8_t raw[] = {first, static_cast<std::uint8_t>(first + 1), static_cast<std::uint8_t>(first + 2),
+                                    static_cast<std::uint8_t>(first + 3)};
+        std::memcpy(&field[k].r_field, raw, sizeof raw);
+    }
     const std::uint16_t untouched = GetParam() == byte_order::little ? 0x0506 : 0x0605;
-    EXPECT_EQ(list[0].r_vaddr, 0x80000001U);
-    EXPECT_EQ(list[0].r_symndx, 0x01020304U);
-    EXPECT_EQ(list[0].r_disp, 0x0506);
-    EXPECT_EQ(list[1].r_symndx, 0x11121314U);
-    EXPECT_EQ(list[1].r_disp, untouched);
-    EXPECT_EQ(list[2].r_type, 0x400F);
-    EXPECT_EQ(list[2].r_field.r_offset, 1);
-    EXPECT_EQ(list[2].r_field.r_fieldsz, 2);
-    EXPECT_EQ(list[2].r_field.r_wordsz, 3);
-    EXPECT_EQ(list[2].r_disp, untouched);
-    EXPECT_EQ(list[3].r_field.r_wordsz, 7);
-    for (const int k : {4, 5, 6})
-        EXPECT_EQ(list[static_cast<std::size_t>(k)].r_disp, 0x0506) << k;
+    EXPECT_THAT(relocs_of(input.section(1)),
+                ElementsAre(0x80000001, 0x01020304, 0x0506, 17, 2, 0x11121314, untouched, 0x4012, 3, field[0].r_symndx,
+                            untouched, 0x400F, 4, field[1].r_symndx, 0, 0x4016, 5, 9, 0x0506, 0xC011, 6, 9, 0x0506,
+                            0x5001, 7, 9, 0x0506, 0x4011));
 }
 
-TEST(CoffSection, ContentsOfUninitialisedEmptyAndPointerlessSections) {
+// No contents: uninitialised, empty, or without a pointer.
+TEST(CoffSection, SectionsWithoutContents) {
     coff_image image;
     image.sections = {{.flags = 0x80, .contents = {1, 2}}, {.contents = {}}, {.size = 8, .scnptr = 0}};
     coff_input input(image);
     for (const int number : {1, 2, 3}) {
+        unsigned char buffer[4];
         EXPECT_EQ(input.section(number).raw_data(), nullptr) << number;
         EXPECT_TRUE(input.section(number).eos()) << number;
-        unsigned char buffer[4];
         EXPECT_EQ(input.section(number).read(buffer, 4), 0U) << number;
     }
 }
 
-// Contents are looked for only when they are asked for, and their size is checked in full before memory is taken.
-TEST(CoffSection, ContentsThatTheFileDoesNotHold) {
+// Contents and lines are looked for only when they are asked for, and their size is checked in full before memory is
+// taken.
+TEST(CoffSection, WhatTheFileDoesNotHoldIsMissedWhenAskedFor) {
     const std::pair<std::uint32_t, std::uint8_t> sizes[] = {
         {5000, 8}, {0x80000000, 8}, {0x40000001, 32}, {0xFFFFFFFF, 248}};
     for (const auto& [size, width] : sizes) {
         coff_image image{.sections = {{.contents = {1}, .mwidth = width, .size = size}}};
         coff_input input(image);
-        EXPECT_EXIT(input.section(1).raw_data(), ExitedWithCode(1), "run past the end of the file") << size;
+        EXPECT_ENDS(input.section(1).raw_data(), "run past the end of the file") << size;
     }
+    coff_input input(coff_image{.sections = {{.contents = {1}, .lnnoptr = 0x70000000, .nlnno = 0x10000000}}});
+    EXPECT_EQ(input.section(1).sh_nlnno(), 0x10000000U);
+    EXPECT_ENDS(input.section(1).lnno(0), "line numbers of section");
+    input.section(1).clear_lnnos();
+    EXPECT_EQ(input.section(1).sh_nlnno() + input.section(1).sh_lnnoptr(), 0U);
 }
 
 TEST(CoffSection, AllocatedContentsReplaceEverything) {
@@ -116,15 +97,14 @@ TEST(CoffSection, AllocatedContentsReplaceEverything) {
     coff_input input(image);
     COFF_SECTION& section = input.section(1);
     section.alloc_raw_data(12);
-    EXPECT_EQ(section.size_in_words(), 6U);
-    EXPECT_EQ(section.sh_nreloc(), 0U);
-    EXPECT_EQ(section.sh_nlnno(), 0U);
+    EXPECT_THAT(header_of(section), ElementsAre(1, 16, 0, 0, 6, 0, 0, 0x20, 0));
     EXPECT_EQ(section.first_reloc(), nullptr);
-    EXPECT_EQ(section.raw_data()[11], 0);
+    EXPECT_EQ(contents_of(section), bytes(12));
     section.set_mwidth(4);
-    EXPECT_EXIT(section.alloc_raw_data(4), ExitedWithCode(1), "COFF_SECTION::alloc_raw_data");
+    EXPECT_ENDS(section.alloc_raw_data(4), "COFF_SECTION::alloc_raw_data");
 }
 
+// Addresses of relocations are ordered as signed numbers.
 TEST(CoffSection, FindsRelocationsByAddressAndType) {
     COFF_SECTION section;
     for (const auto& [address, type] : {std::pair{0x80000000U, 1}, {4U, 17}, {8U, 5}, {8U, 6}, {8U, 5}, {12U, 6}}) {
@@ -133,29 +113,19 @@ TEST(CoffSection, FindsRelocationsByAddressAndType) {
         entry.r_type = static_cast<std::uint16_t>(type);
         section.add_reloc(&entry);
     }
-    const auto place = [&](const SLIST::NODE* node) {
+    const auto place = [&](std::uint32_t address, std::uint16_t type) {
         int k = 0;
-        for (; node; node = node->mylist()->prev(node))
+        for (const SLIST::NODE* node = section.find_reloc(address, type); node; node = node->mylist()->prev(node))
             ++k;
         return k;  // from 1; 0 for none
     };
-    EXPECT_EQ(section.sh_nreloc(), 6U);
-    EXPECT_EQ(place(section.find_reloc(8, 0)), 3);
-    EXPECT_EQ(place(section.find_reloc(8, 6)), 4);
-    EXPECT_EQ(place(section.find_reloc(8, 17)), 0);
-    EXPECT_EQ(place(section.find_reloc(9, 0)), 0);
-    EXPECT_EQ(place(section.find_reloc(0x80000000, 0)), 1);
-}
-
-TEST(CoffSection, RelocationsAreOrderedByASignedAddress) {
-    reloc low{}, high{};
-    low.r_vaddr = 0x80000000;
-    high.r_vaddr = 4;
-    low.r_type = 9;
-    EXPECT_EQ(COFF_SECTION::reloc_cmp(&low, &high), -1);
-    EXPECT_EQ(COFF_SECTION::reloc_cmp(&high, &low), 1);
-    high.r_vaddr = 0x80000000;
-    EXPECT_EQ(COFF_SECTION::reloc_cmp(&low, &high), 0);
+    EXPECT_THAT((numbers{place(8, 0), place(8, 6), place(8, 17), place(9, 0), place(0x80000000, 0)}),
+                ElementsAre(3, 4, 0, 0, 1));
+    const auto* const low = static_cast<reloc*>(section.first_reloc()->data);
+    const auto* const high = static_cast<reloc*>(section.find_reloc(4, 0)->data);
+    EXPECT_THAT((numbers{COFF_SECTION::reloc_cmp(low, high), COFF_SECTION::reloc_cmp(high, low),
+                         COFF_SECTION::reloc_cmp(low, low)}),
+                ElementsAre(-1, 1, 0));
 }
 
 // Two functions: lines of `first` begin at entry 0, those of `second` at entry 3.
@@ -176,15 +146,14 @@ TEST_P(CoffSectionInBothOrders, LinesOfAFunctionAreItsCountAndOneMore) {
     coff_image image = with_lines();
     image.order = GetParam();
     coff_input input(image);
-    SLIST first, second;
-    input.symbol(2).func_lnnos(&first);
-    input.symbol(7).func_lnnos(&second);
-    std::vector<std::uint32_t> addresses;
-    for (const lineno_slot* slot : items<lineno_slot>(first))
-        addresses.push_back(slot->entry.l_addr);
-    for (const lineno_slot* slot : items<lineno_slot>(second))
-        addresses.push_back(slot->entry.l_lnno);
-    EXPECT_THAT(addresses, ElementsAre(1U, 0x104U, 0x108U, 0U, 1U, 5U));  // the second one's 200 are clipped
+    SLIST list;
+    input.symbol(2).func_lnnos(&list);
+    input.symbol(7).func_lnnos(&list);
+    numbers lines;
+    for (const lineno_slot* slot : items<lineno_slot>(list))
+        lines.insert(lines.end(), {slot->entry.l_addr, slot->entry.l_lnno});
+    // The 200 of the second one are clipped.
+    EXPECT_THAT(lines, ElementsAre(1, 0, 0x104, 2, 0x108, 3, 7, 0, 0x110, 1, 0x118, 5));
     EXPECT_EQ(input.section(1).lnno(6), nullptr);
 }
 
@@ -198,21 +167,9 @@ TEST(CoffSection, SourcePositionOfAnAddress) {
         ASSERT_NE(position, nullptr) << address;
         EXPECT_STREQ(position->file_name, "a.c");
         EXPECT_EQ(position->line, line) << address;
-        EXPECT_EQ(position->extra, 0U);
     }
     EXPECT_EQ(debug.get_source_psn(0xFF), nullptr);
     EXPECT_EQ(debug.get_source_psn(0x120), nullptr);
-}
-
-// A run of the converter needs no line numbers, so a file that does not hold them reads like any other.
-TEST(CoffSection, LineNumbersAreMissedOnlyWhenAskedFor) {
-    coff_image image{.sections = {{.contents = {1}, .lnnoptr = 0x70000000, .nlnno = 0x10000000}}};
-    coff_input input(image);
-    EXPECT_EQ(input.section(1).sh_nlnno(), 0x10000000U);
-    EXPECT_EXIT(input.section(1).lnno(0), ExitedWithCode(1), "line numbers of section");
-    input.section(1).clear_lnnos();
-    EXPECT_EQ(input.section(1).sh_nlnno(), 0U);
-    EXPECT_EQ(input.section(1).sh_lnnoptr(), 0U);
 }
 
 TEST(CoffSection, SymbolOfASectionIsFoundOrMade) {
@@ -225,19 +182,16 @@ TEST(CoffSection, SymbolOfASectionIsFoundOrMade) {
     EXPECT_EQ(input.section(2).symndx(), 4U);
     EXPECT_EQ(input.section(2).symndx(), 4U);
     EXPECT_EQ(input.file.fh_nsyms(), 6U);
-    COFF_SYMBOL& made = input.symbol(4);
-    EXPECT_STREQ(made.name(), ".data");
-    EXPECT_EQ(made.value(), 64);
-    EXPECT_EQ(made.scnum(), 2);
-    EXPECT_TRUE(made.is_section_sym());
+    EXPECT_STREQ(input.symbol(4).name(), ".data");
+    EXPECT_THAT(entry_of(input.symbol(4)), ElementsAre(64, 2, 0, 3, 1));
 }
 
 TEST(CoffSection, WithoutAFile) {
     COFF_SECTION section;
     EXPECT_EQ(section.wordsz(), 8);
     EXPECT_STREQ(section.name(), "");
-    EXPECT_EXIT(section.read_scn(), ExitedWithCode(1), "COFF_SECTION::read_scn: missing input file");
-    EXPECT_EXIT((void)section.is_big_e(), ExitedWithCode(1), "COFF_SECTION::is_big_e");
+    EXPECT_ENDS(section.read_scn(), "COFF_SECTION::read_scn: missing input file");
+    EXPECT_ENDS((void)section.is_big_e(), "COFF_SECTION::is_big_e");
 }
 
 }  // namespace
