@@ -1,7 +1,6 @@
 // Listings show what is there, whatever is in the names, and of damaged files what they hold.
 #include "coff/listing_text.h"
 #include "coff_input.h"
-#include "support/run_program.h"
 
 namespace {
 
@@ -47,23 +46,6 @@ TEST(CoffListing, TextNamesEverything) {
         "line numbers are not in the file|C_FCN|register_mask 2|file a<b.c|dimension_3 5|(undefined)|String table|";
     for (std::size_t from = 0, to; (to = all.find('|', from)) != std::string::npos; from = to + 1)
         EXPECT_THAT(text, HasSubstr(all.substr(from, to - from)));
-}
-
-// Every byte may stand in a name; what XML has no way to say is written as \xNN.
-TEST(CoffListing, XmlIsWellFormedWhateverTheNames) {
-    if (!file_exists("/usr/bin/xmllint"))
-        GTEST_SKIP() << "xmllint is not installed";
-    coff_image image = awkward_image();
-    std::string every_byte;
-    for (int c = 1; c < 256; ++c)
-        every_byte += static_cast<char>(c);
-    image.symbols.push_back({.name = every_byte});
-    image.sections.push_back({.name = every_byte});
-    coff_input input(image);
-    const temporary_directory directory;
-    const std::string path = directory.write("listing.xml", listing([&](std::FILE* out) { input.file.dump_xml(out); }));
-    const run_result run = run_program({"/usr/bin/xmllint", "--noout", path});
-    EXPECT_EQ(run.status, 0) << run.err;
 }
 
 TEST(CoffListing, NoStringTableIsNoFault) {

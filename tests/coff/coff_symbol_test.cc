@@ -114,6 +114,7 @@ TEST(CoffSymbol, CountsAndLookUps) {
     coff_input input(many_forms());
     COFF_SYMBOL_TABLE& table = *input.file.symbol_table();
     EXPECT_EQ(table.n_syms(), 17U);
+    EXPECT_EQ(table.first_sym()->data, &input.symbol(0));
     EXPECT_EQ(table.size(), 17U * 18U);
     EXPECT_EQ(table.find_sym(2), nullptr);  // an auxiliary entry
     EXPECT_EQ(table.find_sym(17), nullptr);
@@ -126,8 +127,8 @@ TEST(CoffSymbol, CountsAndLookUps) {
     EXPECT_ENDS((void)table.new_index(0), "COFF_SYMBOL_TABLE::new_index");
 }
 
-// Damaged skips that lead backwards would never end.
-TEST(CoffSymbol, FunctionsAreSkippedForwardOnly) {
+// Damaged skips that lead backwards would never end. Lines need a section.
+TEST(CoffSymbol, DamagedFunctions) {
     coff_image image{.sections = {{}}};
     image.symbols = {{.name = "f", .value = 16, .type = 0x20, .aux = {aux_function(0, 4, 0, 0)}},
                      {.name = ".bf", .value = 16, .sclass = 101, .aux = {aux_bf(1, 1, 0, 0, 0)}},
@@ -136,6 +137,10 @@ TEST(CoffSymbol, FunctionsAreSkippedForwardOnly) {
     coff_input input(image);
     EXPECT_EQ(input.file.symbol_table()->find_func_sym(33)->data, &input.symbol(4));
     EXPECT_EQ(input.file.symbol_table()->find_func_sym(64), nullptr);
+    image.symbols[0].scnum = 9;
+    coff_input foreign(image);
+    SLIST list;
+    EXPECT_ENDS(foreign.symbol(0).func_lnnos(&list), "COFF_SYMBOL::func_lnnos");
 }
 
 TEST(CoffDebug, KnowsTheFunctionsAndNothingElse) {
@@ -156,27 +161,6 @@ TEST(CoffDebug, KnowsTheFunctionsAndNothingElse) {
     EXPECT_EQ(debug.code_coverage_update(0x140, 1), 0U);
     debug.code_coverage_dump(nullptr);  // writes nothing, so needs no stream
     EXPECT_ENDS(COFF_DEBUG(nullptr), "COFF_DEBUG::COFF_DEBUG");
-}
-
-// Only one auxiliary entry is supported: the second is read as a symbol, and a negative number is none at all. The last
-// one may lie beyond the count of entries. Functions may lack an entry or a section.
-TEST(CoffSymbol, OddAuxiliaryEntries) {
-    coff_image image{.sections = {{}}};
-    image.symbols = {{.name = "two", .type = 4, .aux = {{.text = "first"}, {.text = "misread"}}},
-                     {.name = "bare", .value = 4, .type = 0x20},
-                     {.name = "foreign", .scnum = 9, .type = 0x20, .aux = {aux_function(0, 4, 0, 0)}},
-                     {.name = "var", .type = 4, .aux = {aux_other(0, 77)}}};
-    image.nsyms = 7;
-    coff_input input(image);
-    EXPECT_STREQ(input.symbol(2).name(), "misread");
-    EXPECT_EQ(input.symbol(3).func_size(), 0U);
-    SLIST list;
-    EXPECT_ENDS(input.symbol(4).func_lnnos(&list), "COFF_SYMBOL::func_lnnos");
-    EXPECT_EQ(input.symbol(6).sym_size(), 77U);
-    EXPECT_EQ(input.file.symbol_table()->n_syms(), 8U);
-    image.symbols[0].naux = 0xFF;
-    coff_input none(image);
-    EXPECT_FALSE(none.symbol(0).has_aux());
 }
 
 // The class is masked, not compared: C_STAT and whatever shares its low four bits.
