@@ -189,7 +189,9 @@ TEST_P(CoffEditInBothOrders, AddingSections) {
     coff_input input(full_image(GetParam()));
     input.file.add_icode(image.c_str());
     input.file.clear_relocs();
-    auto* const added = new COFF_SECTION(&input.file);
+    auto* const added = new COFF_SECTION;
+    added->set_cfile(&input.file);
+    added->set_mwidth(16);
     scnhdr header{};
     header.s_name[0] = 'x';
     header.s_paddr = 7;

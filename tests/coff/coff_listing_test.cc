@@ -72,6 +72,7 @@ TEST(CoffListing, SingleEntriesByNumber) {
     });
     EXPECT_THAT(xml, testing::AllOf(HasSubstr("symbol_name=\"a_long\\x01\\xFF"), HasSubstr("function=\"0\""),
                                     HasSubstr("dimension_3=\"5\"")));
+    EXPECT_THAT(listing([&](std::FILE* out) { input.file.dump_xml(out); }), HasSubstr(xml.substr(0, xml.find('\n'))));
     EXPECT_STREQ(section.reloc_name(-1), "other");
     EXPECT_ENDS(section.dump_reloc(4, stdout), "there is no relocation 4");
     EXPECT_ENDS(section.dump_linenos(2, stdout), "COFF_SECTION::dump_linenos");
