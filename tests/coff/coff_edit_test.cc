@@ -170,6 +170,9 @@ TEST_P(CoffEditInBothOrders, DeletingASection) {
     ASSERT_EQ(relocs.size(), 5U * 4);
     EXPECT_THAT((numbers{relocs[1], relocs[5], relocs[13], relocs[17]}), ElementsAre(17, 0xFFFFFFFF, 20, 4));
     EXPECT_EQ(static_cast<COFF_SYMBOL*>(written.symbol_table()->find_sym(17)->data)->scnum(), 3);
+    coff_input next_door(full_image(GetParam()));
+    next_door.file.delete_section(&next_door.section(3));
+    EXPECT_EQ(next_door.symbol(20).scnum(), 3);
 }
 
 // The tag goes with its members, ".bf" with ".ef"; lines go, and relocations follow their symbols.
