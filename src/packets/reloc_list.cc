@@ -38,7 +38,7 @@ public:
             const std::int32_t off = offset_of(record());
             if (off >= size_)
                 return;
-            if (end_of_field(off, record()) <= size_) {
+            if (last_byte(off, record()) < size_) {
                 ++table_->reloc_start;
                 continue;
             }
@@ -58,11 +58,12 @@ public:
     /// Bytes from the start of the packet to the field of an untranslated record.
     std::int32_t offset_of(const reloc_record* rec) const { return wrapping_sub(get_reloc_addr(rec, width_), origin_); }
 
-    /// The byte behind the container of the field of `rec`, which lies at byte `off`.
-    static std::int32_t end_of_field(std::int32_t off, const reloc_record* rec) {
+    /// The last byte of the container of the field of `rec`, which lies at byte `off`; `off` - 1 without a container,
+    /// which wraps for the lowest offset of all: such a record crosses every end.
+    static std::int32_t last_byte(std::int32_t off, const reloc_record* rec) {
         const int stop =
             is_field_reloc(rec->r_type) ? rec->r_field.r_wordsz : reloc_stop(rec->r_type, reloc_size(rec->r_type));
-        return wrapping_add(off, stop >> 3);
+        return wrapping_sub(wrapping_add(off, stop >> 3), 1);
     }
 
 private:
@@ -129,7 +130,7 @@ std::int32_t build_reloc_list(scnhdrlist_entry* entry, std::int32_t packet_start
     for (std::int32_t i = scan.first(); i < scan.cursor(); ++i) {
         reloc_record* rec = entry->relocs.reloc_table[i];
         const std::int32_t off = scan.offset_of(rec);
-        entry->field_passes_packet |= packet_scan::end_of_field(off, rec) > scan.size();
+        entry->field_passes_packet |= packet_scan::last_byte(off, rec) >= scan.size();
         xlate_reloc(rec, off, entry->wordsz);
         list->append(rec);
     }

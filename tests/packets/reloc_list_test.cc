@@ -91,6 +91,7 @@ TEST(RelocList, PacketsEndWhereTheirFieldsAllow) {
         {"out of order", 8, {{20, 1}, {4, 1}}, {{0, 16, 16, {}}, {16, 16, 16, {4, 0xFFFFFFF4U}}}},
         {"a late cut inside the field before", 8, {{10, 4}, {6, 16}}, {{0, 16, 6, {10}, true}}},
         // No packet is left, which the caller reports.
+        {"the lowest offset, whose predecessor wraps", 8, {{INT32_MIN, 0}}, {{0, 16, INT32_MIN, {}}}},
         {"too long a field at the start", 8, {{0, 8}}, {{0, 4, 0, {}}}},
         {"too long a field behind it", 8, {{1, 8}}, {{0, 4, 0, {}}}},
     };
