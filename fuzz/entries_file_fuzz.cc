@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <string>
 
-#include "driver/options.h"
+#include "convert/options.h"
 #include "survive.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "coff/coff_records.h"
+#include "format/coff_records.h"
 
 /// The numbers in an auxiliary entry of the form, each with a name that is fit for an XML attribute. A file name is not
 /// among them.

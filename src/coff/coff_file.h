@@ -12,9 +12,9 @@
 #include <unordered_map>
 #include <vector>
 
-#include "coff/coff_records.h"
 #include "coff/coff_section.h"
 #include "coff/coff_symbol_table.h"
+#include "format/coff_records.h"
 
 /// Faults of the file that is read are reported through UMSG. Those that a caller can survive make read() fail; a file
 /// that contradicts itself further in (symbol table or string table cut short, contents not there) ends the run.

@@ -7,10 +7,10 @@
 #include <memory>
 #include <string>
 
-#include "coff/coff_records.h"
 #include "coff/psn.h"
 #include "containers/record_pool.h"
 #include "containers/slist.h"
+#include "format/coff_records.h"
 
 class COFF_FILE;
 

@@ -6,9 +6,8 @@
 #include "coff/coff_file.h"
 #include "coff/coff_section.h"
 #include "coff/listing_text.h"
+#include "format/reloc_types.h"
 #include "msg/user_msg.h"
-#include "packets/reloc_fields.h"
-#include "packets/reloc_names.h"
 
 namespace {
 
@@ -36,12 +35,8 @@ const char* symbol_name(COFF_FILE* file, std::uint32_t index) {
     return node ? static_cast<const COFF_SYMBOL*>(node->data)->name() : nullptr;
 }
 
-bool is_constant(std::uint16_t type) {
-    return type == RE_PUSHSK || type == RE_PUSHUK;
-}
-
 bool refers_to_symbol(const reloc& entry) {
-    return !is_field_reloc(entry.r_type) && !is_constant(entry.r_type) && entry.r_symndx != no_symbol;
+    return !is_field_reloc(entry.r_type) && !is_constant_reloc(entry.r_type) && entry.r_symndx != no_symbol;
 }
 
 void print_bytes(const unsigned char* contents, std::uint32_t size, std::FILE* out) {
@@ -68,7 +63,7 @@ void print_reloc(const reloc& entry, COFF_FILE* file, const char* type_name, std
     if (is_field_reloc(entry.r_type))
         std::fprintf(out, "  %u bits at bit %u of %u", entry.r_field.r_fieldsz, entry.r_field.r_offset,
                      entry.r_field.r_wordsz);
-    else if (is_constant(entry.r_type))
+    else if (is_constant_reloc(entry.r_type))
         std::fprintf(out, "  constant 0x%08X", entry.r_symndx);
     else if (const int bits = reloc_size(entry.r_type); bits != 0)
         std::fprintf(out, "  %d bits at bit %d of %d", bits, reloc_offset(entry.r_type),
@@ -88,7 +83,7 @@ void print_reloc_xml(const reloc& entry, COFF_FILE* file, const char* type_name,
     if (is_field_reloc(entry.r_type))
         std::fprintf(out, " bit_offset=\"%u\" field_bits=\"%u\" container_bits=\"%u\"", entry.r_field.r_offset,
                      entry.r_field.r_fieldsz, entry.r_field.r_wordsz);
-    else if (is_constant(entry.r_type))
+    else if (is_constant_reloc(entry.r_type))
         std::fprintf(out, " constant=\"0x%08X\"", entry.r_symndx);
     else if (const int bits = reloc_size(entry.r_type); bits != 0)
         std::fprintf(out, " bit_offset=\"%d\" field_bits=\"%d\" container_bits=\"%d\"", reloc_offset(entry.r_type),

@@ -1,6 +1,7 @@
 // The relocation list of a section.
 #include "coff/coff_file.h"
 #include "coff/coff_section.h"
+#include "format/reloc_types.h"
 #include "msg/user_msg.h"
 
 namespace {

@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <memory>
 
-#include "coff/coff_records.h"
 #include "containers/record_pool.h"
 #include "containers/slist.h"
+#include "format/coff_records.h"
 
 class COFF_FILE;
 class COFF_SYMBOL_TABLE;

@@ -6,8 +6,8 @@
 
 #include "coff/coff_section.h"
 #include "coff/coff_symbol.h"
+#include "convert/options.h"
 #include "convert/velm_file.h"
-#include "driver/options.h"
 #include "msg/error_exit.h"
 
 const std::uint32_t fixed_hash_key = 27;

@@ -5,11 +5,12 @@
 
 #include "coff/coff_section.h"
 #include "convert/entries_files.h"
-#include "driver/options.h"
+#include "convert/options.h"
+#include "convert/string_table.h"
+#include "format/address_units.h"
+#include "format/reloc_types.h"
 #include "msg/allocation.h"
 #include "msg/error_exit.h"
-#include "output/string_table.h"
-#include "packets/address_units.h"
 
 namespace {
 
@@ -189,7 +190,7 @@ void init_sect_relocs(COFF_SECTION* scn, scnhdrlist_entry* hdr) {
     std::uint32_t count = 0;
     for (const reloc* entry : items<reloc>(list)) {
         // 0x5001 is left out as well, on purpose, although the rule for copying names it.
-        if (entry->r_type >= RE_INTERNAL_FIRST && entry->r_type <= RE_INTERNAL_LAST)
+        if (is_internal_reloc(entry->r_type))
             continue;
         reloc_record* record = &hdr->reloc_storage[count];
         copy_reloc(*entry, *record);

@@ -11,11 +11,12 @@
 #include "coff/coff_symbol.h"
 #include "coff/coff_symbol_table.h"
 #include "convert/entries_files.h"
+#include "convert/options.h"
+#include "convert/string_table.h"
 #include "convert/velm_file.h"
-#include "driver/options.h"
+#include "format/reloc_types.h"
 #include "msg/allocation.h"
 #include "msg/error_exit.h"
-#include "output/string_table.h"
 
 namespace {
 

@@ -2,11 +2,11 @@
 #include "convert/velm_file.h"
 
 #include "convert/entries_files.h"
+#include "convert/file_names.h"
+#include "convert/options.h"
 #include "convert/sections.h"
+#include "convert/string_table.h"
 #include "convert/symbols.h"
-#include "driver/file_names.h"
-#include "driver/options.h"
-#include "output/string_table.h"
 
 velm_file::velm_file() : velm_filehdr{}, velm_verifyrec{} {}
 

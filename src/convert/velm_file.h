@@ -13,13 +13,20 @@
 #include "containers/name_index.h"
 #include "containers/record_pool.h"
 #include "containers/slist.h"
-#include "output/module_format.h"
-#include "packets/reloc_record.h"
+#include "format/module_format.h"
+#include "format/reloc_record.h"
 
 /// One name of the module's string table.
 struct string_entry {
     const char* name;      ///< not owned
     std::uint32_t offset;  ///< bytes from the start of the table
+};
+
+/// The relocations of one section, in the order of the COFF file, with a cursor that packet cutting moves.
+struct velm_reloc_table {
+    std::uint32_t nreloc;        ///< number of records
+    std::uint32_t reloc_start;   ///< cursor: first record not yet placed in a packet
+    reloc_record** reloc_table;  ///< nreloc pointers, or null when there are none; owned by the module model
 };
 
 /// A kept section. Begins with its record in the file; the rest lives in memory only.

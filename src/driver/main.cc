@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "convert/entries_files.h"
+#include "convert/options.h"
 #include "convert/velm_file.h"
 #include "driver/options.h"
 #include "output/velm_writer.h"

@@ -8,7 +8,8 @@
 #include <utility>
 
 #include "containers/slist.h"
-#include "driver/file_names.h"
+#include "convert/file_names.h"
+#include "convert/options.h"
 #include "msg/allocation.h"
 #include "msg/end_run.h"
 #include "msg/error_exit.h"
@@ -18,15 +19,12 @@ namespace {
 constexpr long min_packet_size = 300;
 constexpr long max_packet_size = 1024;
 
-constinit std::unique_ptr<char[]> filename_out_storage;  // what filename_out points to
-
 /// Makes `text` + room for `extra` characters the output name.
 void set_filename_out(const char* text, std::size_t extra) {
     const std::size_t length = std::strlen(text);
     auto storage = std::make_unique<char[]>(length + extra + 1);
     std::memcpy(storage.get(), text, length + 1);
-    filename_out_storage = std::move(storage);
-    filename_out = filename_out_storage.get();
+    own_filename_out(std::move(storage));
 }
 
 [[noreturn]] void invalid_option(const char* argument) {
@@ -133,9 +131,4 @@ void build_outfile_name() {
     const char* extension = hex_output_mode ? ".hex" : ".vlm";
     set_filename_out(filename_in, std::strlen(extension) + 1);
     fn_addext(filename_out, extension, 1);
-}
-
-void release_filename_out() {
-    filename_out = nullptr;
-    filename_out_storage.reset();
 }

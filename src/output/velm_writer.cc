@@ -8,10 +8,10 @@
 #include <cstring>
 #include <filesystem>
 
+#include "convert/options.h"
+#include "convert/string_table.h"
 #include "convert/velm_file.h"
-#include "driver/options.h"
 #include "msg/error_exit.h"
-#include "output/string_table.h"
 
 namespace {
 

@@ -8,13 +8,15 @@
 #include <cstdio>
 #include <cstring>
 
-#include "driver/options.h"
+#include "convert/options.h"
+#include "convert/string_table.h"
+#include "format/address_units.h"
 #include "msg/allocation.h"
 #include "msg/error_exit.h"
-#include "output/string_table.h"
-#include "packets/address_units.h"
 #include "packets/module_checksums.h"
 #include "packets/reloc_list.h"
+
+std::uint32_t cur_byte_offset;
 
 namespace {
 

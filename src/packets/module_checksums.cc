@@ -4,9 +4,9 @@
 #include <array>
 #include <bit>
 
+#include "convert/options.h"
 #include "convert/velm_file.h"
-#include "driver/options.h"
-#include "packets/checksum.h"
+#include "format/checksum.h"
 
 namespace {
 

@@ -9,9 +9,9 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "format/address_units.h"
+#include "format/reloc_types.h"
 #include "msg/end_run.h"
-#include "packets/address_units.h"
-#include "packets/reloc_fields.h"
 
 namespace {
 

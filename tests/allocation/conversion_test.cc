@@ -8,6 +8,7 @@
 
 #include "allocation/failing_allocation.h"
 #include "convert/entries_files.h"
+#include "convert/options.h"
 #include "convert/velm_file.h"
 #include "driver/options.h"
 #include "msg/allocation.h"

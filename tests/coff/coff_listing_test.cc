@@ -1,6 +1,7 @@
 // Listings show what is there, whatever is in the names, and of damaged files what they hold.
 #include "coff/listing_text.h"
 #include "coff_input.h"
+#include "format/reloc_types.h"
 
 namespace {
 

@@ -1,4 +1,5 @@
 // Where packets end. Records are written as byte offset from the section's start and length of the field in bytes.
+#include "format/reloc_types.h"
 #include "packets/reloc_list.h"
 
 #include <gmock/gmock.h>

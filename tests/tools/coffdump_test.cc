@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cases/random_request.h"
+#include "format/reloc_types.h"
 #include "support/coff_builder.h"
 #include "support/run_program.h"
 

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "format/reloc_types.h"
 #include "support/coff_builder.h"
 #include "support/reference_converter.h"
 #include "support/run_program.h"

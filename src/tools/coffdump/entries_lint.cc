@@ -13,7 +13,8 @@
 #include "coff/coff_section.h"
 #include "coff/coff_symbol.h"
 #include "coff/coff_symbol_table.h"
-#include "packets/reloc_record.h"
+#include "format/reloc_record.h"
+#include "format/reloc_types.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "coff/coff_section.h"
 #include "coff/coff_symbol.h"
 #include "coff/coff_symbol_table.h"
-#include "packets/reloc_fields.h"
+#include "format/reloc_types.h"
 
 using json = nlohmann::ordered_json;
 
@@ -79,7 +79,7 @@ json relocation(COFF_FILE& input, COFF_SECTION& section, const reloc& entry) {
         object["symbol"] = entry.r_symndx;
         if (const SLIST::NODE* node = input.symbol_table()->find_sym(entry.r_symndx))
             put_name(object, "symbol_name", static_cast<const COFF_SYMBOL*>(node->data)->name());
-    } else if (entry.r_type == RE_PUSHSK || entry.r_type == RE_PUSHUK) {
+    } else if (is_constant_reloc(entry.r_type)) {
         object["constant"] = entry.r_symndx;
     }
     if (has_displacement(entry.r_type))

@@ -9,7 +9,8 @@
 #include <string>
 #include <tuple>
 
-#include "packets/address_units.h"
+#include "format/address_units.h"
+#include "format/reloc_types.h"
 #include "tools/velmdump/show.h"
 
 namespace {

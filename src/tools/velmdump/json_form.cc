@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "packets/reloc_names.h"
+#include "format/reloc_types.h"
 #include "tools/velmdump/checks.h"
 #include "tools/velmdump/show.h"
 

@@ -12,7 +12,7 @@
 #include <cstring>
 #include <optional>
 
-#include "output/module_format.h"
+#include "format/module_format.h"
 
 namespace {
 

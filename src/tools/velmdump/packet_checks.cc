@@ -1,7 +1,7 @@
 #include "tools/velmdump/packet_checks.h"
 
-#include "packets/address_units.h"
-#include "packets/reloc_fields.h"
+#include "format/address_units.h"
+#include "format/reloc_types.h"
 #include "tools/velmdump/check_report.h"
 #include "tools/velmdump/velm_module.h"
 
@@ -16,7 +16,7 @@ std::int64_t field_end(const reloc_record& rec, int width) {
 }
 
 void check_reloc(const velm_module& module, const reloc_record& rec, std::uint64_t at, check_report& report) {
-    if (rec.r_type >= RE_INTERNAL_FIRST && rec.r_type <= RE_INTERNAL_LAST)
+    if (is_internal_reloc(rec.r_type))
         report.error(at, "relocation type 0x%04X is never part of a module", rec.r_type);
     if (is_sym_reloc(rec.r_type, rec.r_symndx) && !is_field_reloc(rec.r_type) && rec.r_symndx >= module.header.nsyms)
         report.error(at + 4, "relocation refers to symbol %u of %u", rec.r_symndx, module.header.nsyms);

@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-#include "packets/reloc_fields.h"
-#include "packets/reloc_names.h"
+#include "format/reloc_types.h"
 #include "tools/velmdump/checks.h"
 
 namespace {
@@ -97,7 +96,7 @@ void show_reloc(const velm_module& module, const reloc_record& rec, std::FILE* o
                      rec.r_field.r_wordsz);
     else if (bits != 0)
         std::fprintf(out, "  %d bits at bit %d of %d", bits, reloc_offset(rec.r_type), reloc_stop(rec.r_type, bits));
-    if (rec.r_type == RE_PUSHSK || rec.r_type == RE_PUSHUK)
+    if (is_constant_reloc(rec.r_type))
         std::fprintf(out, "  constant 0x%08X", rec.r_symndx);
     else if (is_sym_reloc(rec.r_type, rec.r_symndx))
         std::fprintf(out, "  %s", symbol_words(module, rec.r_symndx).c_str());

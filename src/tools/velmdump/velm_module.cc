@@ -4,6 +4,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "format/reloc_types.h"
 #include "tools/velmdump/module_bytes.h"
 
 int target_width(std::uint16_t target_id) {

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "output/module_format.h"
-#include "packets/reloc_record.h"
+#include "format/module_format.h"
+#include "format/reloc_record.h"
 #include "tools/velmdump/module_bytes.h"
 
 /// One image packet. Offsets in the file, bytes.

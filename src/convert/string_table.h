@@ -1,6 +1,6 @@
-// The module's string table: each name once, in the order of its first use. Leaf header.
-#ifndef MODFORGE_OUTPUT_STRING_TABLE_H
-#define MODFORGE_OUTPUT_STRING_TABLE_H
+// The module's string table: each name once, in the order of its first use.
+#ifndef MODFORGE_CONVERT_STRING_TABLE_H
+#define MODFORGE_CONVERT_STRING_TABLE_H
 
 #include <cstdint>
 

@@ -1,5 +1,5 @@
 // Collects the names of the module, each once, and lays out the table.
-#include "output/string_table.h"
+#include "convert/string_table.h"
 
 #include <cstring>
 #include <memory>
@@ -8,6 +8,8 @@
 #include "convert/velm_file.h"
 #include "msg/allocation.h"
 #include "msg/error_exit.h"
+
+const std::uint32_t* str_table_buf;
 
 namespace {
 

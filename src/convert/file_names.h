@@ -1,6 +1,6 @@
-// File names: extensions and directories. Leaf header; only "/" separates directories.
-#ifndef MODFORGE_DRIVER_FILE_NAMES_H
-#define MODFORGE_DRIVER_FILE_NAMES_H
+// File names: extensions and directories. Only "/" separates directories.
+#ifndef MODFORGE_CONVERT_FILE_NAMES_H
+#define MODFORGE_CONVERT_FILE_NAMES_H
 
 /// Gives `name` the extension `ext` (with or without its dot) in place. An extension that is there is replaced when
 /// `replace` is not 0 and kept otherwise; an empty `ext` removes it with its dot. The buffer must have room for the

@@ -1,5 +1,5 @@
 // File-name helpers: everything happens in the caller's buffer, nothing is allocated and nothing can fail.
-#include "driver/file_names.h"
+#include "convert/file_names.h"
 
 #include <cstring>
 

@@ -1,14 +1,12 @@
-// The home of every global that more than one source file uses: here, and nowhere else, is their order.
+// The globals of the module model: here is their order. Options stand in options.cc, what belongs to one stage with it.
 //
 // They are destroyed in reverse, also when the run ends in the middle. Standard streams need no initialiser: the
 // program uses those of C only. UMSG needs none either: it is a constant and lives in msg.
 #include "containers/slist.h"
 #include "convert/entries_files.h"
+#include "convert/options.h"
 #include "convert/velm_file.h"
-#include "driver/options.h"
 #include "msg/allocation.h"
-#include "output/string_table.h"
-#include "packets/image_packets.h"
 
 namespace {
 /// First of all: the objects below allocate.
@@ -33,14 +31,3 @@ std::vector<std::uint16_t> c2v_scn_xtbl;
 std::vector<velm_symbol*> c2v_symbol_xtbl;
 std::vector<std::uint8_t> sym_refd;
 std::vector<std::uint8_t> scn_refd;
-
-const std::uint32_t* str_table_buf;
-std::uint32_t cur_byte_offset;
-
-const char* filename_in;
-char* filename_out;
-std::int32_t image_packet_size = 1024;
-std::uint8_t symbols_only = 0;
-std::uint8_t hex_output_mode = 0;
-std::uint8_t warn_missing_symbols = 1;
-std::uint8_t allow_runtime_cinit = 0;

@@ -1,4 +1,4 @@
-#include "output/string_table.h"
+#include "convert/string_table.h"
 
 #include <gtest/gtest.h>
 

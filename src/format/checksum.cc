@@ -1,4 +1,4 @@
-#include "packets/checksum.h"
+#include "format/checksum.h"
 
 std::uint32_t sum_values(const std::uint32_t* words, int count) {
     std::uint32_t sum = 0;

@@ -1,4 +1,4 @@
-#include "driver/file_names.h"
+#include "convert/file_names.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,9 @@
 // Which fields of a record have a byte order.
-#include "coff/coff_records.h"
+#include "format/coff_records.h"
 
 #include <initializer_list>
+
+#include "format/reloc_types.h"
 
 namespace {
 

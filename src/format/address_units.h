@@ -1,6 +1,6 @@
-// Bytes and target address units: the only place where one becomes the other. Leaf header.
-#ifndef MODFORGE_PACKETS_ADDRESS_UNITS_H
-#define MODFORGE_PACKETS_ADDRESS_UNITS_H
+// Bytes and target address units: the only place where one becomes the other.
+#ifndef MODFORGE_FORMAT_ADDRESS_UNITS_H
+#define MODFORGE_FORMAT_ADDRESS_UNITS_H
 
 #include <cstdint>
 

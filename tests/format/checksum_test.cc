@@ -1,4 +1,4 @@
-#include "packets/checksum.h"
+#include "format/checksum.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "packets/address_units.h"
+#include "format/address_units.h"
 
 std::int32_t bytetoAU(std::int32_t bytes, int width) {
     if (width == 8)

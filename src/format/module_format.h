@@ -1,9 +1,9 @@
 // The records of a VELM module, as they lie in the file.
 //
-// A leaf header: plain records only, shared by the converter and the inspectors. Every field is in the byte order of
+// Plain records, shared by the converter and the inspectors. Every field is in the byte order of
 // the machine that wrote the module; byte_order_mark tells which. docs/module-format.md is the page for people.
-#ifndef MODFORGE_OUTPUT_MODULE_FORMAT_H
-#define MODFORGE_OUTPUT_MODULE_FORMAT_H
+#ifndef MODFORGE_FORMAT_MODULE_FORMAT_H
+#define MODFORGE_FORMAT_MODULE_FORMAT_H
 
 #include <cstddef>
 #include <cstdint>

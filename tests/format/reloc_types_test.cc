@@ -1,10 +1,10 @@
-#include "packets/reloc_fields.h"
+#include "format/reloc_types.h"
 
 #include <gtest/gtest.h>
 
 #include <initializer_list>
 
-#include "packets/reloc_record.h"
+#include "format/reloc_record.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
-// Checksums of a module: the complement of a sum of 32-bit words. Leaf header; nothing here can fail.
-#ifndef MODFORGE_PACKETS_CHECKSUM_H
-#define MODFORGE_PACKETS_CHECKSUM_H
+// Checksums of a module: the complement of a sum of 32-bit words. Nothing here can fail.
+#ifndef MODFORGE_FORMAT_CHECKSUM_H
+#define MODFORGE_FORMAT_CHECKSUM_H
 
 #include <cstdint>
 

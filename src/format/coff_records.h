@@ -3,15 +3,15 @@
 // A record is read into a real object and brought into host order once, by swap_record(), where it enters; everything
 // behind that sees host order. The file header, symbol entries and line numbers have 32-bit fields at even addresses
 // that are no multiples of four: they are packed to two bytes, or their sizes would be 24, 20 and 8.
-#ifndef MODFORGE_COFF_COFF_RECORDS_H
-#define MODFORGE_COFF_COFF_RECORDS_H
+#ifndef MODFORGE_FORMAT_COFF_RECORDS_H
+#define MODFORGE_FORMAT_COFF_RECORDS_H
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
 
-#include "packets/reloc_record.h"
+#include "format/reloc_record.h"
 
 inline constexpr std::uint16_t coff_version_2 = 0x00C2;
 

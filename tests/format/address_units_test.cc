@@ -1,4 +1,4 @@
-#include "packets/address_units.h"
+#include "format/address_units.h"
 
 #include <gtest/gtest.h>
 
