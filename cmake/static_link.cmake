@@ -4,7 +4,7 @@
 include(CheckCXXSourceCompiles)
 
 set(modforge_static_default OFF)
-if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT MODFORGE_SANITIZE)
+if(PROJECT_IS_TOP_LEVEL AND CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT MODFORGE_SANITIZE)
   set(modforge_static_default ON)
 endif()
 option(MODFORGE_STATIC "Link the programs without shared libraries" ${modforge_static_default})

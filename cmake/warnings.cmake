@@ -1,4 +1,10 @@
-# The warning set of every target of this project; a warning is an error.
+# The language and the warning set of every target. A warning is an error in our presets (CMAKE_COMPILE_WARNING_AS_ERROR)
+# and nowhere else: a compiler that we have not met may warn about anything.
 add_library(modforge_warnings INTERFACE)
-target_compile_options(modforge_warnings INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+target_compile_features(modforge_warnings INTERFACE cxx_std_20)
+if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+  target_compile_options(modforge_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+endif()
+if(NOT DEFINED CMAKE_CXX_EXTENSIONS)
+  set(CMAKE_CXX_EXTENSIONS OFF)
+endif()

@@ -2,15 +2,19 @@
 #
 # A package counts as there when what we use of it is there, however it was installed.
 
-# What building and testing needs: package, then a command or a file (a pattern) that proves it.
+# What building the programs needs: package, then a command or a file (a pattern) that proves it.
 build_needs='
 cmake               cmake
 ninja-build         ninja
 g++                 g++
-libgtest-dev        /usr/include/gtest/gtest.h
-libgmock-dev        /usr/include/gmock/gmock.h
 libcli11-dev        /usr/include/CLI/CLI.hpp
 nlohmann-json3-dev  /usr/include/nlohmann/json.hpp
+'
+
+# What the tests need beyond that.
+test_needs='
+libgtest-dev        /usr/include/gtest/gtest.h
+libgmock-dev        /usr/include/gmock/gmock.h
 libxml2-utils       xmllint
 '
 

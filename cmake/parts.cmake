@@ -1,0 +1,53 @@
+# What is built beside the converter, which needs nothing but a compiler. AUTO is on when this is the project that is
+# built, not a part of another one, and all that the part needs is there; every configuring looks again.
+foreach(part TOOLS TESTING)
+  set(MODFORGE_BUILD_${part} AUTO CACHE STRING
+    "ON, OFF, or AUTO: on when this is the top-level project and what it needs is there")
+  set_property(CACHE MODFORGE_BUILD_${part} PROPERTY STRINGS AUTO ON OFF)
+endforeach()
+
+# Sets `result` to whether a part is built. `option` names the variable that says ON, OFF or AUTO; `auto` is what AUTO
+# means here; the rest is what the part needs: CMake packages, or "program:NAME". ON with something missing is an error.
+function(modforge_decide result option auto)
+  set(missing "")
+  foreach(need ${ARGN})
+    if(need MATCHES "^program:(.*)")
+      find_program(${CMAKE_MATCH_1}_PROGRAM ${CMAKE_MATCH_1})
+      if(NOT ${CMAKE_MATCH_1}_PROGRAM)
+        list(APPEND missing ${CMAKE_MATCH_1})
+      endif()
+    else()
+      find_package(${need} QUIET)
+      if(NOT ${need}_FOUND)
+        list(APPEND missing ${need})
+      endif()
+    endif()
+  endforeach()
+  list(JOIN missing ", " missing)
+  set(wanted "${${option}}")
+  if(wanted STREQUAL "AUTO")
+    set(wanted "${auto}")
+    if(wanted AND missing)
+      message(STATUS "modforge: left out by ${option}=AUTO, for want of ${missing}")
+      set(wanted OFF)
+    endif()
+  elseif(wanted AND missing)
+    message(FATAL_ERROR "${option}=${wanted} needs ${missing}")
+  endif()
+  set(${result} ${wanted} PARENT_SCOPE)
+endfunction()
+
+modforge_decide(modforge_with_tools MODFORGE_BUILD_TOOLS ${PROJECT_IS_TOP_LEVEL} CLI11 nlohmann_json)
+
+# Tests run what was built, companions included.
+set(modforge_tests_auto OFF)
+if(PROJECT_IS_TOP_LEVEL AND modforge_with_tools AND NOT CMAKE_CROSSCOMPILING)
+  set(modforge_tests_auto ON)
+  if(DEFINED BUILD_TESTING)
+    set(modforge_tests_auto ${BUILD_TESTING})
+  endif()
+endif()
+modforge_decide(modforge_with_tests MODFORGE_BUILD_TESTING ${modforge_tests_auto} GTest program:xmllint)
+if(modforge_with_tests AND NOT modforge_with_tools)
+  message(FATAL_ERROR "MODFORGE_BUILD_TESTING=${MODFORGE_BUILD_TESTING} needs the companions: MODFORGE_BUILD_TOOLS=ON")
+endif()
