@@ -2,7 +2,6 @@
 #include "msg/allocation.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <new>
 
 #include "msg/end_run.h"
@@ -10,16 +9,18 @@
 namespace {
 
 constinit const char* current_message = "ERROR: Unable to allocate storage for the conversion\n";
+constinit int status_of_end = 1;
 
 [[noreturn]] void out_of_memory() {
     // Nothing here allocates: standard error is unbuffered.
     std::fputs(current_message, stderr);
-    end_run(EXIT_FAILURE);
+    end_run(status_of_end);
 }
 
 }  // namespace
 
-void install_allocation_handler() {
+void install_allocation_handler(int status) {
+    status_of_end = status;
     std::set_new_handler(out_of_memory);
 }
 

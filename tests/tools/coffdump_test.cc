@@ -98,9 +98,9 @@ TEST_F(Coffdump, XmlAndJsonSurviveEveryName) {
     EXPECT_EQ(lint.status, 0) << lint.err;
 
     const auto json = nlohmann::json::parse(listing(image, "--json"));
-    EXPECT_EQ(json["symbols"][1]["name_hex"], "3c6120687265663d2226223e5d5d3e017fffc3a927");
+    EXPECT_EQ(json["symbols"][1]["name_hex"], "3C6120687265663D2226223E5D5D3E017FFFC3A927");
     EXPECT_FALSE(json["symbols"][2].contains("name_hex"));
-    EXPECT_EQ(json["sections"][0]["contents"], "deadbeef01");
+    EXPECT_EQ(json["sections"][0]["contents"], "DEADBEEF01");
     EXPECT_EQ(json["sections"][0]["lines"][0]["line"], 7);
     EXPECT_EQ(json["sections"][1]["relocations"][0]["symbol"], 2);
     EXPECT_EQ(json["sections"][1]["relocations"][1]["field_size"], 5);
@@ -198,7 +198,8 @@ TEST_F(Coffdump, StatusTellsFaultsFromTrouble) {
         {{"--help"}, 0, ""},
         {{"--version"}, 0, ""},
         {{"text"}, 1, "this application only supports COFF version 2"},
-        {{}, 2, "FILE is required"},
+        {{}, 2, "Usage: coffdump [OPTIONS] FILE\n"},
+        {{"--all"}, 2, "coffdump: FILE is required (try 'coffdump --help')\n"},
         {{"--nonsense", "app.out"}, 2, "--nonsense"},
         {{"absent"}, 2, "cannot read absent: No such file or directory"},
         {{"."}, 2, "cannot read .: Is a directory"},

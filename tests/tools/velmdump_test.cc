@@ -124,7 +124,7 @@ TEST_F(Velmdump, JsonIsAsItsSchemaSays) {
     const auto schema = nlohmann::json::parse(schema_file);
     const auto json = nlohmann::json::parse(good({"show", "--json", "app.vlm"}));
     expect_as_in_schema(json, schema, schema, "$");
-    EXPECT_EQ(json["symbols"][0]["name_hex"], "5f636166e9");
+    EXPECT_EQ(json["symbols"][0]["name_hex"], "5F636166E9");
     EXPECT_FALSE(json["findings"].empty());
 }
 
@@ -205,7 +205,7 @@ TEST_F(Velmdump, StatusTellsFaultsFromTrouble) {
         int status;
         std::string words;
     } table[] = {
-        {{}, 2, "subcommand is required"},
+        {{}, 2, "Usage: velmdump COMMAND"},
         {{"--help"}, 0, ""},
         {{"show"}, 2, "FILE"},
         {{"show", "absent"}, 2, "cannot read absent: No such file or directory"},

@@ -2,9 +2,7 @@
 // is never the first to answer is shadowed.
 #include "tools/coffdump/entries_lint.h"
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <map>
 #include <set>
 #include <string_view>
@@ -15,6 +13,9 @@
 #include "coff/coff_symbol_table.h"
 #include "format/reloc_record.h"
 #include "format/reloc_types.h"
+#include "tools/common/file_input.h"
+#include "tools/common/text_forms.h"
+#include "tools/common/tool_run.h"
 
 namespace {
 
@@ -22,22 +23,6 @@ constexpr std::size_t max_token = 255;
 
 bool is_blank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-/// False, with errno set, when the file cannot be read.
-bool read_whole(const std::string& file, std::string& text) {
-    std::FILE* stream = std::fopen(file.c_str(), "rb");
-    if (!stream)
-        return false;
-    char buffer[4096];
-    std::size_t size = 0;
-    while ((size = std::fread(buffer, 1, sizeof buffer, stream)) != 0)
-        text.append(buffer, size);
-    const bool good = !std::ferror(stream);
-    const int fault = errno;
-    std::fclose(stream);
-    errno = fault;
-    return good;
 }
 
 placed_entry make_entry(const std::string& file, unsigned long line, unsigned long column, const std::string& text) {
@@ -195,11 +180,10 @@ std::string complaint(const placed_entry& entry, const char* input_name) {
 }  // namespace
 
 bool read_entries(const std::string& file, std::vector<placed_entry>& entries) {
-    std::string text;
-    if (!read_whole(file, text)) {
-        std::fprintf(stderr, "coffdump: cannot read %s: %s\n", file.c_str(), std::strerror(errno));
+    const auto bytes = read_whole(file);
+    if (!bytes)
         return false;
-    }
+    const std::string text(bytes->begin(), bytes->end());
     unsigned long line = 1;
     std::size_t line_start = 0;
     for (std::size_t at = 0; at < text.size();) {
@@ -215,7 +199,7 @@ bool read_entries(const std::string& file, std::vector<placed_entry>& entries) {
             while (at < text.size() && !is_blank(text[at]))
                 ++at;
             if (at - start > max_token) {
-                std::fprintf(stderr, "coffdump: %s:%lu: an entry has more than 255 characters\n", file.c_str(), line);
+                complain("%s:%lu: an entry has more than 255 characters", printable(file).c_str(), line);
                 return false;
             }
             entries.push_back(make_entry(file, line, start - line_start + 1, text.substr(start, at - start)));

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <unordered_map>
 
+#include "tools/common/text_forms.h"
 #include "tools/velmdump/check_report.h"
 #include "tools/velmdump/packet_checks.h"
 #include "tools/velmdump/show.h"

@@ -11,6 +11,7 @@
 
 #include "format/address_units.h"
 #include "format/reloc_types.h"
+#include "tools/common/text_forms.h"
 #include "tools/velmdump/show.h"
 
 namespace {

@@ -1,38 +1,15 @@
 #include "tools/velmdump/json_form.h"
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 
 #include "format/reloc_types.h"
+#include "tools/common/json_text.h"
+#include "tools/common/text_forms.h"
 #include "tools/velmdump/checks.h"
 #include "tools/velmdump/show.h"
 
-using json = nlohmann::ordered_json;
-
 namespace {
-
-std::string hex(std::string_view bytes) {
-    static const char digits[] = "0123456789abcdef";
-    std::string text;
-    text.reserve(bytes.size() * 2);
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
-        text += digits[byte >> 4];
-        text += digits[byte & 15];
-    }
-    return text;
-}
-
-/// Sets object[key], and object[key + "_hex"] when the bytes are no UTF-8 (then the text has replacements).
-void put_name(json& object, const std::string& key, std::string_view name) {
-    object[key] = name;
-    try {
-        (void)object[key].dump();
-    } catch (const json::exception&) {
-        object[key + "_hex"] = hex(name);
-    }
-}
 
 json header_object(const velm_module& module) {
     const velm_filehdr& h = module.header;
@@ -94,7 +71,7 @@ json section_object(const velm_module& module, const section_place& section) {
         const auto* data = reinterpret_cast<const char*>(&module.raw.bytes[packet.data()]);
         object["packets"].push_back({{"offset", packet.offset},
                                      {"checksum", packet.header.checksum},
-                                     {"data", hex({data, packet.header.data_size})},
+                                     {"data", hex_digits({data, packet.header.data_size})},
                                      {"relocations", std::move(relocs)}});
     }
     return object;
@@ -132,7 +109,5 @@ void print_json(const velm_module& module, const char* path, std::FILE* out) {
     for (const finding& f : check_module(module))
         document["findings"].push_back(
             {{"severity", f.error ? "error" : "warning"}, {"offset", f.offset}, {"text", f.text}});
-    const std::string text = document.dump(1, ' ', false, json::error_handler_t::replace);
-    std::fwrite(text.data(), 1, text.size(), out);
-    std::fputc('\n', out);
+    print_json(document, out);
 }

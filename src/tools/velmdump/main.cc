@@ -4,6 +4,9 @@
 #include <cstring>
 #include <optional>
 
+#include "tools/common/file_input.h"
+#include "tools/common/text_forms.h"
+#include "tools/common/tool_run.h"
 #include "tools/velmdump/checks.h"
 #include "tools/velmdump/diff.h"
 #include "tools/velmdump/json_form.h"
@@ -15,19 +18,8 @@
 
 namespace {
 
-enum exit_status { good = 0, faults = 1, trouble = 2 };
-
-/// The contents of the file, or nothing after a message.
-std::optional<std::vector<unsigned char>> contents_of(const std::string& path) {
-    std::vector<unsigned char> bytes;
-    if (read_whole(path, bytes))
-        return bytes;
-    std::fprintf(stderr, "velmdump: cannot read %s: %s\n", path.c_str(), std::strerror(errno));
-    return std::nullopt;
-}
-
 std::optional<velm_module> load(const std::string& path) {
-    auto bytes = contents_of(path);
+    auto bytes = read_whole(path);
     if (!bytes)
         return std::nullopt;
     return velm_module(decode_module(std::move(*bytes)));
@@ -36,24 +28,24 @@ std::optional<velm_module> load(const std::string& path) {
 /// Whether the file has at least the header of a module; says so when not.
 bool is_module(const velm_module& module, const std::string& path) {
     if (!module.has_header)
-        std::fprintf(stderr, "velmdump: %s is no module: it ends inside the header\n", path.c_str());
+        complain("%s is no module: it ends inside the header", input_label(path).c_str());
     return module.has_header;
 }
 
 int run_check(const velmdump_options& options) {
-    int status = good;
+    int status = status_good;
     for (const std::string& path : options.files) {
         const auto module = load(path);
         if (!module) {
-            status = trouble;
+            status = status_trouble;
             continue;
         }
         const std::vector<finding> findings = check_module(*module);
         for (const finding& f : findings)
             std::printf("%s: offset 0x%llx: %s: %s\n", path.c_str(), static_cast<unsigned long long>(f.offset),
                         f.error ? "error" : "warning", f.text.c_str());
-        if (has_errors(findings) && status == good)
-            status = faults;
+        if (has_errors(findings) && status == status_good)
+            status = status_faults;
     }
     return status;
 }
@@ -63,33 +55,33 @@ int run_show(const velmdump_options& options, const velm_module& module) {
     if (options.json) {
         print_json(module, path.c_str(), stdout);
     } else if (!show_module(module, path.c_str(), options.parts, stdout)) {
-        std::fprintf(stderr, "velmdump: no section is named %s\n", options.parts.contents.c_str());
-        return trouble;
+        complain("no section is named %s", printable(options.parts.contents).c_str());
+        return status_trouble;
     }
-    return good;
+    return status_good;
 }
 
 int run_imports(const velmdump_options& options, const velm_module& module) {
     const std::vector<std::string> names = imported_names(module);
     if (options.against.empty()) {
         print_names(names, stdout);
-        return good;
+        return status_good;
     }
-    const auto list = contents_of(options.against);
+    const auto list = read_whole(options.against);
     if (!list)
-        return trouble;
+        return status_trouble;
     const std::vector<std::string> missing = missing_names(names, *list);
     print_names(missing, stdout);
-    return missing.empty() ? good : faults;
+    return missing.empty() ? status_good : status_faults;
 }
 
 int run_diff(const velmdump_options& options, const velm_module& first) {
     const auto second = load(options.files[1]);
     if (!second)
-        return trouble;
+        return status_trouble;
     if (!is_module(*second, options.files[1]))
-        return faults;
-    return diff_modules(first, *second, options.ignore_stamp, stdout) == 0 ? good : faults;
+        return status_faults;
+    return diff_modules(first, *second, options.ignore_stamp, stdout) == 0 ? status_good : status_faults;
 }
 
 int run_map(const velmdump_options& options, const velm_module& module) {
@@ -99,10 +91,10 @@ int run_map(const velmdump_options& options, const velm_module& module) {
         draw_map(module, path.c_str() + (path.rfind('/') + 1), out);
         const bool written = !std::ferror(out) && std::fflush(out) == 0;
         if ((out == stdout || std::fclose(out) == 0) && written)
-            return good;
+            return status_good;
     }
-    std::fprintf(stderr, "velmdump: cannot write %s: %s\n", options.output.c_str(), std::strerror(errno));
-    return trouble;
+    complain("cannot write %s: %s", printable(options.output).c_str(), std::strerror(errno));
+    return status_trouble;
 }
 
 int run(const velmdump_options& options) {
@@ -110,13 +102,13 @@ int run(const velmdump_options& options) {
         return run_check(options);
     const auto module = load(options.files[0]);
     if (!module)
-        return trouble;
+        return status_trouble;
     if (!is_module(*module, options.files[0]))
-        return faults;
+        return status_faults;
     switch (options.command) {
     case velmdump_options::exports:
         print_names(exported_names(*module), stdout);
-        return good;
+        return status_good;
     case velmdump_options::imports:
         return run_imports(options, *module);
     case velmdump_options::diff:
@@ -131,13 +123,8 @@ int run(const velmdump_options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    begin_tool("velmdump");
     velmdump_options options;
-    int status = parse_options(argc, argv, options);
-    if (status < 0)
-        status = run(options);
-    if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
-        std::fprintf(stderr, "velmdump: cannot write to standard output: %s\n", std::strerror(errno));
-        return trouble;
-    }
-    return status;
+    const int early = parse_options(argc, argv, options);
+    return end_tool(early < 0 ? run(options) : early);
 }

@@ -6,18 +6,13 @@
 
 #include <algorithm>
 #include <bit>
-#include <cerrno>
 #include <charconv>
-#include <cstdio>
 #include <cstring>
 #include <optional>
 
 #include "format/module_format.h"
 
 namespace {
-
-/// No module, in either form, is larger.
-constexpr long largest_file = 0x400000000;
 
 constexpr bool host_is_big = std::endian::native == std::endian::big;
 
@@ -110,30 +105,6 @@ std::uint32_t module_bytes::sum(std::size_t offset, std::size_t size) const {
         total += swap ? swapped(w) : w;
     }
     return total;
-}
-
-bool read_whole(const std::string& path, std::vector<unsigned char>& bytes) {
-    std::FILE* stream = path == "-" ? stdin : std::fopen(path.c_str(), "rb");
-    if (!stream)
-        return false;
-    if (std::fseek(stream, 0, SEEK_END) == 0) {  // one allocation instead of many, where the size can be known
-        const long size = std::ftell(stream);
-        if (size > 0 && size < largest_file)  // a directory claims to be endless
-            bytes.reserve(static_cast<std::size_t>(size) + 1);
-        std::rewind(stream);
-    }
-    std::size_t used = 0;
-    for (std::size_t got = 1; got != 0; used += got) {
-        bytes.resize(std::max({bytes.capacity(), used + 1, std::size_t{1} << 16}));
-        got = std::fread(&bytes[used], 1, bytes.size() - used, stream);
-    }
-    bytes.resize(used);
-    const bool good = !std::ferror(stream);
-    const int fault = errno;
-    if (stream != stdin)
-        std::fclose(stream);
-    errno = fault;
-    return good;
 }
 
 module_bytes decode_module(std::vector<unsigned char> contents) {

@@ -28,9 +28,6 @@ struct module_bytes {
     [[nodiscard]] std::uint32_t sum(std::size_t offset, std::size_t size) const;
 };
 
-/// Reads a file whole, or standard input for "-". False, with errno set, when that fails.
-bool read_whole(const std::string& path, std::vector<unsigned char>& bytes);
-
 /// Takes the contents of a file, in either form.
 module_bytes decode_module(std::vector<unsigned char> contents);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "format/reloc_types.h"
+#include "tools/common/text_forms.h"
 #include "tools/velmdump/checks.h"
 
 namespace {
@@ -158,16 +159,6 @@ std::string flag_words(std::uint16_t flags) {
     if ((flags & velm_scn_align_mask) != 0)
         words += ", aligned to 2^" + std::to_string((flags & velm_scn_align_mask) >> 8);
     return words;
-}
-
-std::string printable(std::string_view name) {
-    std::string text;
-    for (const char c : name) {
-        char code[8];
-        std::snprintf(code, sizeof code, "\\x%02X", static_cast<unsigned char>(c));
-        text += c >= ' ' && c <= '~' && c != '\\' ? std::string(1, c) : c == '\\' ? "\\\\" : code;
-    }
-    return text;
 }
 
 std::string type_words(std::uint16_t type) {

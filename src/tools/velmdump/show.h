@@ -22,9 +22,6 @@ bool show_module(const velm_module& module, const char* path, const show_options
 /// The section's flags in words: "code", "relocated", "contents", "aligned to 2^n".
 std::string flag_words(std::uint16_t flags);
 
-/// The name with "\xNN" for bytes that do not print.
-std::string printable(std::string_view name);
-
 /// "R_RELLONG", or "type 22" for a type without a name.
 std::string type_words(std::uint16_t type);
 

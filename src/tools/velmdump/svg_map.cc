@@ -7,6 +7,7 @@
 #include <cmath>
 #include <string>
 
+#include "tools/common/text_forms.h"
 #include "tools/velmdump/show.h"
 
 namespace {

@@ -1,7 +1,6 @@
-#include "tools/coffdump/json_listing.h"
+#include "tools/coffdump/json_form.h"
 
 #include <cstring>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 
@@ -11,38 +10,10 @@
 #include "coff/coff_symbol.h"
 #include "coff/coff_symbol_table.h"
 #include "format/reloc_types.h"
-
-using json = nlohmann::ordered_json;
+#include "tools/common/json_text.h"
+#include "tools/common/text_forms.h"
 
 namespace {
-
-std::string hex(const void* bytes, std::size_t size) {
-    static const char digits[] = "0123456789abcdef";
-    std::string text;
-    text.reserve(size * 2);
-    for (const char c : std::string_view(static_cast<const char*>(bytes), size)) {
-        const auto byte = static_cast<unsigned char>(c);
-        text += digits[byte >> 4];
-        text += digits[byte & 15];
-    }
-    return text;
-}
-
-bool is_utf8(const std::string& text) {
-    try {
-        (void)json(text).dump();
-        return true;
-    } catch (const json::exception&) {
-        return false;
-    }
-}
-
-/// Sets object[key], and object[key + "_hex"] when the bytes are no UTF-8.
-void put_name(json& object, const std::string& key, const std::string& name) {
-    object[key] = name;
-    if (!is_utf8(name))
-        object[key + "_hex"] = hex(name.data(), name.size());
-}
 
 json file_header(COFF_FILE& input) {
     return {{"version_id", input.fh_magic()},     {"sections", input.fh_nscns()},
@@ -106,7 +77,7 @@ json section_object(COFF_FILE& input, COFF_SECTION& section) {
         object["lines"].push_back({{line.l_lnno == 0 ? "symbol" : "address", line.l_addr}, {"line", line.l_lnno}});
     }
     if (section.has_contents() && section.contents_in_file())
-        object["contents"] = hex(section.raw_data(), section.byte_size());
+        object["contents"] = hex_digits({reinterpret_cast<const char*>(section.raw_data()), section.byte_size()});
     return object;
 }
 
@@ -139,7 +110,7 @@ json symbol_object(COFF_FILE& input, COFF_SYMBOL& symbol) {
 
 }  // namespace
 
-void list_as_json(COFF_FILE& input, const char* path, std::FILE* out) {
+void print_json(COFF_FILE& input, const char* path, std::FILE* out) {
     json document;
     put_name(document, "file", path);
     document["byte_swapped"] = input.byte_swapped();
@@ -152,7 +123,5 @@ void list_as_json(COFF_FILE& input, const char* path, std::FILE* out) {
     SLIST::NODE* node = input.symbol_table()->first_sym();
     for (; node; node = node->mylist()->next(node))
         document["symbols"].push_back(symbol_object(input, *static_cast<COFF_SYMBOL*>(node->data)));
-    const std::string text = document.dump(1, ' ', false, json::error_handler_t::replace);
-    std::fwrite(text.data(), 1, text.size(), out);
-    std::fputc('\n', out);
+    print_json(document, out);
 }

@@ -1,4 +1,4 @@
-#include "tools/coffdump/text_listing.h"
+#include "tools/coffdump/show.h"
 
 #include <functional>
 

@@ -1,6 +1,6 @@
 // The parts of a COFF file as text for people.
-#ifndef MODFORGE_TOOLS_COFFDUMP_TEXT_LISTING_H
-#define MODFORGE_TOOLS_COFFDUMP_TEXT_LISTING_H
+#ifndef MODFORGE_TOOLS_COFFDUMP_SHOW_H
+#define MODFORGE_TOOLS_COFFDUMP_SHOW_H
 
 #include <cstdio>
 #include <string>

@@ -1,6 +1,6 @@
 // A COFF file as one JSON document.
-#ifndef MODFORGE_TOOLS_COFFDUMP_JSON_LISTING_H
-#define MODFORGE_TOOLS_COFFDUMP_JSON_LISTING_H
+#ifndef MODFORGE_TOOLS_COFFDUMP_JSON_FORM_H
+#define MODFORGE_TOOLS_COFFDUMP_JSON_FORM_H
 
 #include <cstdio>
 
@@ -8,6 +8,6 @@ class COFF_FILE;
 
 /// Prints everything that `input`, which has been read, holds. Names that are not UTF-8 have their stray bytes
 /// replaced, and stand in hex beside.
-void list_as_json(COFF_FILE& input, const char* path, std::FILE* out);
+void print_json(COFF_FILE& input, const char* path, std::FILE* out);
 
 #endif

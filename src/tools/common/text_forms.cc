@@ -1,0 +1,23 @@
+#include "tools/common/text_forms.h"
+
+#include "coff/listing_text.h"
+
+std::string printable(std::string_view name) {
+    return printable(name.data(), name.size());
+}
+
+std::string hex_digits(std::string_view bytes) {
+    static constexpr char digits[] = "0123456789ABCDEF";
+    std::string text;
+    text.reserve(bytes.size() * 2);
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        text += digits[byte >> 4];
+        text += digits[byte & 15];
+    }
+    return text;
+}
+
+std::string counted(unsigned long long number, std::string_view word) {
+    return std::to_string(number).append(1, ' ').append(word).append(number == 1 ? "" : "s");
+}

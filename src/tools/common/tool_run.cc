@@ -1,0 +1,47 @@
+// The ends of a run, and what may go wrong outside the work itself.
+#include "tools/common/tool_run.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+#include "msg/allocation.h"
+
+namespace {
+
+const char* tool_name = "";
+
+}  // namespace
+
+void begin_tool(const char* name) {
+    tool_name = name;
+    static char out_of_memory[64];
+    std::snprintf(out_of_memory, sizeof out_of_memory, "%s: out of memory\n", name);
+    static const allocation_scope scope(out_of_memory);
+    install_allocation_handler(status_trouble);
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void complain(const char* format, ...) {
+    std::fprintf(stderr, "%s: ", tool_name);
+    std::va_list args;
+    va_start(args, format);
+    std::vfprintf(stderr, format, args);
+    va_end(args);
+    std::fputc('\n', stderr);
+}
+
+int end_tool(int status) {
+    errno = 0;
+    const bool flushed = std::fflush(stdout) == 0;
+    if (flushed && !std::ferror(stdout))
+        return status;
+    if (errno != 0)
+        complain("cannot write to standard output: %s", std::strerror(errno));
+    else
+        complain("cannot write to standard output");
+    return status_trouble;
+}
