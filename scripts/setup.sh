@@ -16,6 +16,7 @@ test_needs='
 libgtest-dev        /usr/include/gtest/gtest.h
 libgmock-dev        /usr/include/gmock/gmock.h
 libxml2-utils       xmllint
+file                file
 '
 
 # What the checks need beyond that.
@@ -25,6 +26,7 @@ libclang-rt-14-dev  /usr/lib/llvm-14/lib/clang/*/lib/linux/libclang_rt.asan-*.a
 clang-format-14     clang-format-14
 clang-tidy-14       clang-tidy-14
 valgrind            valgrind
+gcc-arm-none-eabi   arm-none-eabi-gcc
 '
 
 # Prints the packages of the list $1 whose proof is missing.
