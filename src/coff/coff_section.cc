@@ -97,11 +97,7 @@ bool COFF_SECTION::contents_in_file() const {
            file_->holds(std::int64_t{file_->image_start()} + header_.s_scnptr, byte_size());
 }
 
-void COFF_SECTION::read_raw_data() {
-    if (written_)
-        UMSG.die("COFF_SECTION::read_raw_data", "Cannot read or modify raw data once it is written to a file");
-    if (raw_data_ || !has_contents())
-        return;
+std::int64_t COFF_SECTION::contents_position() const {
     if (!file_ || !file_->stream())
         UMSG.die("COFF_SECTION::read_raw_data", "missing input file");
     if (!contents_in_file()) {
@@ -109,12 +105,24 @@ void COFF_SECTION::read_raw_data() {
                        static_cast<unsigned long long>(byte_size()), name(), header_.s_scnptr);
         end_run(EXIT_FAILURE);
     }
+    return std::int64_t{file_->image_start()} + header_.s_scnptr;
+}
+
+void COFF_SECTION::end_on_unread_contents() const {
+    UMSG.fatal_err("%s: cannot read the contents of section %s", file_->label(), name());
+    end_run(EXIT_FAILURE);
+}
+
+void COFF_SECTION::read_raw_data() {
+    if (written_)
+        UMSG.die("COFF_SECTION::read_raw_data", "Cannot read or modify raw data once it is written to a file");
+    if (raw_data_ || !has_contents())
+        return;
+    const std::int64_t position = contents_position();
     const std::uint32_t size = size_in_bytes();
     std::unique_ptr<unsigned char[]> contents(new unsigned char[size]);
-    if (!file_->read_at(std::int64_t{file_->image_start()} + header_.s_scnptr, contents.get(), size)) {
-        UMSG.fatal_err("%s: cannot read the contents of section %s", file_->label(), name());
-        end_run(EXIT_FAILURE);
-    }
+    if (!file_->read_at(position, contents.get(), size))
+        end_on_unread_contents();
     raw_data_ = std::move(contents);
     raw_size_ = size;
     cursor_ = 0;

@@ -181,6 +181,10 @@ public:
     /// Whether the file holds the contents, or line numbers, that are not in memory yet; nothing is said.
     [[nodiscard]] bool contents_in_file() const;
     [[nodiscard]] bool lnnos_in_file() const;
+    /// Where contents that are not in memory begin in the stream, bytes. If the file does not hold them, the run ends.
+    [[nodiscard]] std::int64_t contents_position() const;
+    /// Ends the run: what contents_position() told of could not be read.
+    [[noreturn]] void end_on_unread_contents() const;
     /// Reads the line numbers if they are not in memory.
     void read_lnnos();
     /// Line number `index` (from 0); null past the end.

@@ -55,6 +55,9 @@ public:
     name_index export_sections;  ///< of entries_symbols_section_list
 
 private:
+    std::string_view name_of(std::uint32_t number) const;
+    std::uint32_t number_in(const name_index& index, std::string_view name) const;
+
     record_pool<entries_file_sym> pool_;
     std::vector<entries_file_sym*> records_;  ///< what the numbers in the indices stand for
     name_index prefixes_;

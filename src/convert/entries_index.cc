@@ -22,27 +22,34 @@ void entries_index::clear() {
     pool_.clear();
 }
 
+std::string_view entries_index::name_of(std::uint32_t number) const {
+    return {records_[number]->name.get(), records_[number]->length};
+}
+
+std::uint32_t entries_index::number_in(const name_index& index, std::string_view name) const {
+    return index.find(name, [this](std::uint32_t number, std::string_view text) { return name_of(number) == text; });
+}
+
 entries_file_sym* entries_index::find(const name_index& index, std::string_view name) const {
-    const std::uint32_t* number = index.find(name);
-    return number ? records_[*number] : nullptr;
+    const std::uint32_t number = number_in(index, name);
+    return number == name_index::none ? nullptr : records_[number];
 }
 
 void entries_index::add(name_index& index, entries_file_sym* record) {
-    index.find_or_add({record->name.get(), record->length}, static_cast<std::uint32_t>(records_.size()));
+    const auto number = static_cast<std::uint32_t>(records_.size());
     records_.push_back(record);
+    index.find_or_add(name_of(number), number,
+                      [this](std::uint32_t known, std::string_view text) { return name_of(known) == text; });
 }
 
 entries_file_sym* entries_index::find_prefix(std::string_view name) const {
     // The numbers grow in the order of addition, so the least one is the first in the list.
-    const std::uint32_t* first = nullptr;
+    std::uint32_t first = name_index::none;
     for (const std::uint32_t length : prefix_lengths_) {
-        if (length > name.size())
-            continue;
-        const std::uint32_t* number = prefixes_.find(name.substr(0, length));
-        if (number && (!first || *number < *first))
-            first = number;
+        if (length <= name.size())
+            first = std::min(first, number_in(prefixes_, name.substr(0, length)));
     }
-    return first ? records_[*first] : nullptr;
+    return first == name_index::none ? nullptr : records_[first];
 }
 
 void entries_index::add_prefix(entries_file_sym* record) {

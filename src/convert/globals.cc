@@ -28,6 +28,6 @@ std::uint32_t hash_key;
 std::uint32_t last_length;
 
 std::vector<std::uint16_t> c2v_scn_xtbl;
-std::vector<velm_symbol*> c2v_symbol_xtbl;
+std::vector<std::uint16_t> c2v_symbol_xtbl;
 std::vector<std::uint8_t> sym_refd;
 std::vector<std::uint8_t> scn_refd;

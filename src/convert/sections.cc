@@ -1,7 +1,9 @@
 // Chooses the sections of the module, sorts them into three groups and numbers them.
 #include "convert/sections.h"
 
+#include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "coff/coff_section.h"
 #include "convert/entries_files.h"
@@ -88,50 +90,52 @@ void copy_reloc(const reloc& from, reloc_record& to) {
     to.r_type = from.r_type;
 }
 
-/// Puts the header into the group of its kind. Reads the COFF flags as init_sect_flags left them.
-void add_to_group(velm_scnhdr* hdr, COFF_SECTION* scn) {
-    if (!has_flag(scn, STYP_COPY)) {
-        const bool loaded = (hdr->flags & (velm_scn_relocated | velm_scn_has_data)) != 0;
-        (loaded ? velm_file.loaded_sections : velm_file.other_sections).append(hdr);
-    } else if ((hdr->flags & velm_scn_type_mask) == velm_scn_init_table) {
-        velm_file.copy_sections.prepend(hdr);
-    } else {
-        velm_file.copy_sections.append(hdr);
-    }
+/// The group of the header. Reads the COFF flags as init_sect_flags left them.
+scn_group group_of(const velm_scnhdr& hdr, COFF_SECTION* scn) {
+    if (has_flag(scn, STYP_COPY))
+        return (hdr.flags & velm_scn_type_mask) == velm_scn_init_table ? scn_group::init_table : scn_group::copy;
+    return (hdr.flags & (velm_scn_relocated | velm_scn_has_data)) != 0 ? scn_group::loaded : scn_group::other;
 }
 
-velm_scnhdr* new_section_header() {
+velm_scnhdr& new_section_header() {
     const allocation_scope scope("ERROR: Unable to allocate storage for sectionheader entry\n");
-    return velm_file.section_pool.make();
+    return velm_file.sections.emplace_back();
 }
 
 /// Adds the section, which is kept, to the model. `total_contents`: bytes of contents in the module so far.
 void init_sect_hdr(COFF_SECTION* scn, std::uint32_t coff_scnum, std::uint64_t& total_contents) {
-    velm_scnhdr* hdr = new_section_header();
-    hdr->coff_name = scn->name();
-    hdr->wordsz = scn->wordsz();
-    hdr->coff_scnum = coff_scnum;
-    if (!symbols_only) {  // with -s neither is ever looked at, so neither is read
+    velm_scnhdr& hdr = new_section_header();
+    hdr.coff_name = scn->name();
+    hdr.wordsz = scn->wordsz();
+    hdr.coff_scnum = coff_scnum;
+    hdr.contents = -1;
+    if (!symbols_only) {  // with -s neither is ever looked at
         if (has_contents(scn)) {
             check_contents_size(scn, total_contents);
-            hdr->raw_data = scn->raw_data();
+            hdr.contents = scn->contents_position();
         }
-        init_sect_relocs(scn, hdr);
+        init_sect_relocs(scn, &hdr);
     }
-    init_sect_flags(hdr, scn);
-    hdr->paddr = scn->sh_paddr();
-    hdr->vaddr = scn->sh_vaddr();
-    hdr->page = scn->sh_page();
-    hdr->size = scn->size_in_words();
-    add_to_group(hdr, scn);
+    init_sect_flags(&hdr, scn);
+    hdr.paddr = scn->sh_paddr();
+    hdr.vaddr = scn->sh_vaddr();
+    hdr.page = scn->sh_page();
+    hdr.size = scn->size_in_words();
+    hdr.group = group_of(hdr, scn);
+}
+
+/// From the order of the input to that of the module.
+void order_sections() {
+    std::ranges::sort(velm_file.sections, {}, [](const velm_scnhdr& hdr) {
+        const auto place = static_cast<std::int32_t>(hdr.coff_scnum);
+        return std::pair(hdr.group, hdr.group == scn_group::init_table ? -place : place);
+    });
 }
 
 void number_sections() {
-    for (SLIST* group : velm_file.section_groups) {
-        for (velm_scnhdr* hdr : items<velm_scnhdr>(*group)) {
-            c2v_scn_xtbl[hdr->coff_scnum] = ++velm_file.nscns;
-            hdr->name_offset = add_to_string_list(hdr->coff_name);
-        }
+    for (velm_scnhdr& hdr : velm_file.sections) {
+        c2v_scn_xtbl[hdr.coff_scnum] = ++velm_file.nscns;
+        hdr.name_offset = add_to_string_list(hdr.coff_name);
     }
     velm_file.scn_name_size = velm_file.strtab_size;
 }
@@ -165,6 +169,7 @@ void init_sect_hdrs() {
         if (keep_section(scn))
             init_sect_hdr(scn, n, total_contents);
     }
+    order_sections();
     number_sections();
 }
 
@@ -186,15 +191,12 @@ void init_sect_relocs(COFF_SECTION* scn, scnhdrlist_entry* hdr) {
         return;
     const allocation_scope scope("ERROR: Unable to allocate storage for sect relocation table\n");
     hdr->reloc_storage = std::make_unique_for_overwrite<reloc_record[]>(list.size());
-    hdr->reloc_pointers = std::make_unique_for_overwrite<reloc_record*[]>(list.size());
     std::uint32_t count = 0;
     for (const reloc* entry : items<reloc>(list)) {
         // 0x5001 is left out as well, on purpose, although the rule for copying names it.
         if (is_internal_reloc(entry->r_type))
             continue;
-        reloc_record* record = &hdr->reloc_storage[count];
-        copy_reloc(*entry, *record);
-        hdr->reloc_pointers[count++] = record;
+        copy_reloc(*entry, hdr->reloc_storage[count++]);
     }
-    hdr->relocs = {count, 0, hdr->reloc_pointers.get()};
+    hdr->relocs = {count, 0, hdr->reloc_storage.get()};
 }

@@ -10,7 +10,7 @@ class COFF_SECTION;
 /// ends the run.
 bool keep_section(COFF_SECTION* scn);
 
-/// Builds c2v_scn_xtbl and the three lists of section headers, numbers the sections and names them.
+/// Builds c2v_scn_xtbl and the section headers, puts these into the order of the module, numbers and names them.
 void init_sect_hdrs();
 
 /// Computes hdr->flags. May make ".cinit" a copy section in the input itself; counts the relocated sections.

@@ -1,15 +1,14 @@
-// Collects the names of the module, each once, and lays out the table.
+// Collects the names of the module, each once, where they will lie in the table.
 #include "convert/string_table.h"
 
 #include <cstring>
-#include <memory>
 #include <string_view>
 
 #include "convert/velm_file.h"
 #include "msg/allocation.h"
 #include "msg/error_exit.h"
 
-const std::uint32_t* str_table_buf;
+const char* str_table_buf;
 
 namespace {
 
@@ -24,6 +23,13 @@ void check_table_size(std::uint64_t size) {
         error_exit("ERROR: The module would have 4 GiB or more\n");
 }
 
+/// Whether the string at `offset` of the table, of which more than `name` may be compared, is `name`.
+bool is_string(std::uint32_t offset, std::string_view name) {
+    const std::vector<char>& table = velm_file.strings;
+    return table.size() - offset > name.size() && std::memcmp(&table[offset], name.data(), name.size()) == 0 &&
+           table[offset + name.size()] == '\0';
+}
+
 }  // namespace
 
 std::uint32_t add_to_string_list(const char* name) {
@@ -31,18 +37,16 @@ std::uint32_t add_to_string_list(const char* name) {
     if (text.size() > longest_name)
         error_exit("ERROR: A name of the module has more than 65534 characters: %.60s...\n", name);
     const allocation_scope scope("ERROR: Unable to allocate string table entry\n");
-    const std::uint32_t offset = velm_file.string_offsets.find_or_add(text, velm_file.strtab_size);
+    const std::uint32_t offset = velm_file.string_offsets.find_or_add(text, velm_file.strtab_size, is_string);
     if (offset != velm_file.strtab_size)
         return offset;  // only a new name can stand at the end of the table
     const std::size_t length = text.size() + 1;
     check_table_size(std::uint64_t{velm_file.strtab_size} + length);
-    string_entry* entry = velm_file.string_pool.make();
-    *entry = {name, velm_file.strtab_size};
-    velm_file.strings.append(entry);
+    velm_file.strings.insert(velm_file.strings.end(), name, name + length);
     if (length > velm_file.max_str_len)
         velm_file.max_str_len = static_cast<std::uint16_t>(length);
     velm_file.strtab_size += static_cast<std::uint32_t>(length);
-    return entry->offset;
+    return offset;
 }
 
 void string_table_create() {
@@ -52,9 +56,6 @@ void string_table_create() {
 
 void create_string_tbl_buf() {
     const allocation_scope scope("ERROR: Unable to allocate storage for the string table\n");
-    velm_file.string_table = std::make_unique<std::uint32_t[]>(velm_file.strtab_size / 4);
-    str_table_buf = velm_file.string_table.get();
-    auto* bytes = reinterpret_cast<char*>(velm_file.string_table.get());
-    for (const string_entry* entry : items<string_entry>(velm_file.strings))
-        std::strcpy(bytes + entry->offset, entry->name);
+    velm_file.strings.resize(velm_file.strtab_size);
+    str_table_buf = velm_file.strings.data();
 }

@@ -2,20 +2,21 @@
 #ifndef MODFORGE_CONVERT_STRING_TABLE_H
 #define MODFORGE_CONVERT_STRING_TABLE_H
 
+#include <cstddef>
 #include <cstdint>
 
-/// The finished table, host memory, velm_file.strtab_size bytes as words; null until string_table_create() has run.
-/// Owned by the module model.
-extern const std::uint32_t* str_table_buf;
+/// The finished table, velm_file.strtab_size bytes, a multiple of 4; null until string_table_create() has run. Owned by
+/// the module model.
+extern const char* str_table_buf;
 
-/// The offset of `name` in the table, bytes; adds the name when it is new. The text is not copied and must live until
-/// string_table_create(). A name over 65,534 characters, or more names than the input justifies, ends the run.
+/// The offset of `name` in the table, bytes; adds the name when it is new. The text is copied. A name over 65,534
+/// characters, or more names than the input justifies, ends the run.
 std::uint32_t add_to_string_list(const char* name);
 
-/// Rounds the table's size up to a multiple of 4 and builds the buffer. Once, after the last name.
+/// Rounds the table's size up to a multiple of 4 and completes the buffer. Once, after the last name.
 void string_table_create();
 
-/// The second half of string_table_create: copies the names into a new, zero-filled buffer.
+/// The second half of string_table_create: zero bytes up to the rounded end.
 void create_string_tbl_buf();
 
 #endif

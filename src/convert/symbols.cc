@@ -99,20 +99,18 @@ std::int16_t module_section(COFF_SYMBOL* sym) {
     return static_cast<std::int16_t>(c2v_scn_xtbl[checked_section(sym->scnum())]);
 }
 
-velm_symbol* make_symbol(COFF_SYMBOL* sym) {
+/// Adds the symbol to the module and gives its index there.
+std::uint16_t make_symbol(COFF_SYMBOL* sym) {
     const allocation_scope scope("ERROR: Unable to allocate storage for a VELM symbol\n");
     if (velm_file.nsyms == UINT16_MAX)
         error_exit("ERROR: The module would have more than 65535 symbols\n");
-    velm_symbol* record = velm_file.symbol_pool.make();
-    record->coff_name = sym->name();
-    record->value = static_cast<std::uint32_t>(sym->value());
-    record->storage_class = module_class(sym);
-    record->name_offset =
-        record->storage_class == velm_local_class ? velm_no_name : add_to_string_list(record->coff_name);
-    record->section = module_section(sym);
-    record->index = velm_file.nsyms++;
-    velm_file.symbols.append(record);
-    return record;
+    velm_symbol record;
+    record.value = static_cast<std::uint32_t>(sym->value());
+    record.storage_class = module_class(sym);
+    record.name_offset = record.storage_class == velm_local_class ? velm_no_name : add_to_string_list(sym->name());
+    record.section = module_section(sym);
+    velm_file.symbols.push_back(record);
+    return velm_file.nsyms++;
 }
 
 }  // namespace
@@ -154,7 +152,7 @@ void init_symbol_table() {
     COFF_SYMBOL_TABLE* table = coff_file.symbol_table();
     {
         const allocation_scope scope("ERROR: Unable to allocate storage for sym xlation table\n");
-        c2v_symbol_xtbl.assign(table->n_syms(), nullptr);
+        c2v_symbol_xtbl.assign(table->n_syms(), no_velm_symbol);
     }
     std::uint32_t coff_index = 0;
     for (SLIST::NODE* node = table->first_sym(); node; node = node->mylist()->next(node)) {
@@ -163,6 +161,6 @@ void init_symbol_table() {
             process_entry_pt(sym);
         if (keep_symbol(sym, coff_index))
             c2v_symbol_xtbl[coff_index] = make_symbol(sym);
-        coff_index += sym->has_aux() ? 2U : 1U;  // the slot of an auxiliary entry stays null
+        coff_index += sym->has_aux() ? 2U : 1U;  // the slot of an auxiliary entry stays empty
     }
 }

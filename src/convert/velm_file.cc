@@ -7,6 +7,7 @@
 #include "convert/sections.h"
 #include "convert/string_table.h"
 #include "convert/symbols.h"
+#include "msg/allocation.h"
 
 velm_file::velm_file() : velm_filehdr{}, velm_verifyrec{} {}
 
@@ -32,6 +33,11 @@ void init_verifyrec() {
 void init_string_table() {
     if (symbols_only)
         return;
+    {
+        // Most names will come out of the input's string table; what is not used of the room costs nothing.
+        const allocation_scope scope("ERROR: Unable to allocate storage for the string table\n");
+        velm_file.strings.reserve(coff_file.strtab_size() + std::size_t{4096});
+    }
     add_to_string_list(fn_basename(filename_in));
     velm_file.max_str_len = 0;  // the module's own name never counts as the longest string
 }
@@ -52,23 +58,21 @@ void init_velm_file() {
 }
 
 void cleanup_str_tab() {
-    velm_file.string_pool.clear();
-    velm_file.string_offsets.clear();
     str_table_buf = nullptr;
-    velm_file.string_table.reset();
+    velm_file.strings = {};
+    velm_file.string_offsets.clear();
 }
 
 void cleanup_im_n_relocs() {
-    velm_file.packet_list_pool.clear();
-    velm_file.packet_pool.clear();
+    velm_file.packets = {};
 }
 
 void cleanup_sect_hdrs() {
-    velm_file.section_pool.clear();
+    velm_file.sections = std::vector<velm_scnhdr>();
 }
 
 void cleanup_symbols() {
-    velm_file.symbol_pool.clear();
+    velm_file.symbols = {};
 }
 
 void cleanup_velm() {

@@ -1,7 +1,6 @@
-// The module in memory: everything that the writer will write, and who owns it.
+// The module in memory: everything that the writer will write, except contents, which stay in the input until then.
 //
-// The lists hold plain pointers in the order of the file; the pools behind them own the records. So an early end of the
-// run frees everything, however far the model had come.
+// Flat tables, each in the order of the file, each record beginning with its bytes in the file.
 #ifndef MODFORGE_CONVERT_VELM_FILE_H
 #define MODFORGE_CONVERT_VELM_FILE_H
 
@@ -11,48 +10,48 @@
 
 #include "coff/coff_file.h"
 #include "containers/name_index.h"
-#include "containers/record_pool.h"
-#include "containers/slist.h"
 #include "format/module_format.h"
 #include "format/reloc_record.h"
 
-/// One name of the module's string table.
-struct string_entry {
-    const char* name;      ///< not owned
-    std::uint32_t offset;  ///< bytes from the start of the table
-};
-
 /// The relocations of one section, in the order of the COFF file, with a cursor that packet cutting moves.
 struct velm_reloc_table {
-    std::uint32_t nreloc;        ///< number of records
-    std::uint32_t reloc_start;   ///< cursor: first record not yet placed in a packet
-    reloc_record** reloc_table;  ///< nreloc pointers, or null when there are none; owned by the module model
+    std::uint32_t nreloc;       ///< number of records
+    std::uint32_t reloc_start;  ///< cursor: first record not yet placed in a packet
+    reloc_record* reloc_table;  ///< nreloc records, or null when there are none; not owned
+};
+
+/// The kinds of sections, in the order in which they lie in the module.
+enum class scn_group : std::uint8_t {
+    loaded,      ///< no copy section, with contents or relocated
+    other,       ///< no copy section, neither
+    init_table,  ///< copy section with initialisation tables; the last one of the input comes first
+    copy,        ///< any other copy section
 };
 
 /// A kept section. Begins with its record in the file; the rest lives in memory only.
 struct velm_scnhdr : velm_scnhdr_record {
-    const unsigned char* raw_data;  ///< contents, owned by the COFF section; null when there are none to carry
-    velm_reloc_table relocs;        ///< in COFF order
-    const char* coff_name;          ///< owned by the COFF section
-    std::uint16_t wordsz;           ///< bits of one address unit
-    std::uint32_t coff_scnum;       ///< counts from 1
-    bool field_passes_packet;       ///< some packet took a relocation whose field reaches past the packet's end
+    std::int64_t contents;  ///< where they begin in the input, bytes from the start of its stream; -1 for none
+    const unsigned char*
+        raw_data;              ///< the contents in memory, the COFF section's own; null while they are in the input
+    velm_reloc_table relocs;   ///< in COFF order
+    const char* coff_name;     ///< owned by the COFF section
+    std::uint32_t coff_scnum;  ///< counts from 1
+    std::uint16_t wordsz;      ///< bits of one address unit
+    scn_group group;
+    bool field_passes_packet;  ///< some packet took a relocation whose field reaches past the packet's end
 
-    std::unique_ptr<reloc_record[]> reloc_storage;    ///< owns what relocs points to
-    std::unique_ptr<reloc_record*[]> reloc_pointers;  ///< owns relocs.reloc_table
+    std::unique_ptr<reloc_record[]> reloc_storage;  ///< owns what relocs points to
 };
 using scnhdrlist_entry = velm_scnhdr;
 
-/// A kept symbol. Begins with its record in the file.
-struct velm_symbol : velm_symbol_record {
-    const char* coff_name;  ///< owned by the COFF symbol table
-    std::uint32_t index;    ///< position in the module's symbol table, from 0
-};
+/// A kept symbol: its index in the module is its place in the table.
+using velm_symbol = velm_symbol_record;
 
-/// A piece of a section's contents and the relocations inside it. Begins with its header in the file.
-struct image_packet : velm_packet_header {
-    std::unique_ptr<std::uint32_t[]> data;  ///< data_size bytes, zero bytes up to a multiple of 4
-    SLIST relocs;                           ///< reloc_record*, owned by the section's relocation table
+/// A piece of a section's contents with the relocations inside it: as many as the packet holds, from where the packet
+/// before it ends.
+struct image_packet {
+    std::uint32_t data_size;  ///< bytes of contents, padding not counted
+    std::uint32_t nreloc;
 };
 
 /// The one module of a run. Header and verification record come first, as they lie in the file.
@@ -63,34 +62,25 @@ public:
     velm_file(const velm_file&) = delete;
     velm_file& operator=(const velm_file&) = delete;
 
-    SLIST strings;          ///< string_entry*, in order of addition
-    SLIST loaded_sections;  ///< velm_scnhdr*: not copy sections, with contents or relocated
-    SLIST other_sections;   ///< velm_scnhdr*: not copy sections, neither
-    SLIST copy_sections;    ///< velm_scnhdr*: copy sections, initialisation tables first
-    SLIST symbols;          ///< velm_symbol*, in index order
-    SLIST packets;          ///< SLIST* of image_packet*, one list per section with contents
-
-    record_pool<string_entry> string_pool;
-    record_pool<velm_scnhdr> section_pool;
-    record_pool<velm_symbol> symbol_pool;
-    record_pool<image_packet> packet_pool;
-    record_pool<SLIST> packet_list_pool;
-    name_index string_offsets;  ///< finds in `strings` without walking it
-    std::unique_ptr<std::uint32_t[]> string_table;
-
-    /// The three groups of sections, in the order of the file.
-    SLIST* const section_groups[3] = {&loaded_sections, &other_sections, &copy_sections};
+    std::vector<char> strings;          ///< the string table, strtab_size bytes
+    std::vector<velm_scnhdr> sections;  ///< group by group
+    std::vector<velm_symbol> symbols;
+    std::vector<image_packet> packets;  ///< of the first section with contents, of the second ...; npackets of each
+    name_index string_offsets;          ///< finds in `strings`
 };
 
-extern COFF_FILE coff_file;                        ///< the input
-extern class velm_file velm_file;                  ///< the module
-extern std::vector<std::uint16_t> c2v_scn_xtbl;    ///< COFF section number to module's; 0: dropped
-extern std::vector<velm_symbol*> c2v_symbol_xtbl;  ///< COFF symbol index to module symbol; null: dropped
-extern std::vector<std::uint8_t> sym_refd;         ///< by COFF symbol index: some relocation uses it
-extern std::vector<std::uint8_t> scn_refd;         ///< by COFF section number: some kept symbol lies in it
+/// What c2v_symbol_xtbl holds for a symbol that is not in the module.
+inline constexpr std::uint16_t no_velm_symbol = 0xFFFF;
 
-/// Builds the whole model from coff_file, the options and the entries files; only packets, the string table's buffer
-/// and checksums are left for later. A fault in the input ends the run with a message.
+extern COFF_FILE coff_file;                         ///< the input
+extern class velm_file velm_file;                   ///< the module
+extern std::vector<std::uint16_t> c2v_scn_xtbl;     ///< COFF section number to module's; 0: dropped
+extern std::vector<std::uint16_t> c2v_symbol_xtbl;  ///< COFF symbol index to module's; no_velm_symbol: dropped
+extern std::vector<std::uint8_t> sym_refd;          ///< by COFF symbol index: some relocation uses it
+extern std::vector<std::uint8_t> scn_refd;          ///< by COFF section number: some kept symbol lies in it
+
+/// Builds the whole model from coff_file, the options and the entries files; only packets and checksums are left for
+/// later. A fault in the input ends the run with a message.
 void init_velm_file();
 
 /// Fills the file header from the COFF header; the counts start at 0.

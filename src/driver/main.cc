@@ -1,4 +1,5 @@
 // The run from start to end.
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
@@ -11,6 +12,17 @@
 
 namespace {
 
+/// A reader that went away and a file that may not grow any more are failed writes like others, with their message.
+void turn_signals_into_errors() {
+#ifdef SIGPIPE
+    std::signal(SIGPIPE, SIG_IGN);
+#endif
+#ifdef SIGXFSZ
+    std::signal(SIGXFSZ, SIG_IGN);
+#endif
+}
+
+/// Nobody needs to see it: a standard output that is closed or full is no reason to stop.
 void print_banner() {
     std::printf("modforge Utility v%s\n", "1.5.1");
     std::printf("Converts a linked COFF executable into a dynamically loadable VELM module.\n\n");
@@ -20,6 +32,7 @@ void print_banner() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    turn_signals_into_errors();
     print_banner();
     proc_args(argc, argv);
     if (coff_file.read(filename_in, false) != 0)

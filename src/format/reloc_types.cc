@@ -2,7 +2,6 @@
 #include "format/reloc_types.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <iterator>
 
@@ -39,56 +38,18 @@ template <unsigned first, std::size_t count> constexpr std::array<const reloc_ty
     return rows;
 }
 
-constexpr auto ordinary = dense_rows<0, 256>();
 constexpr auto expressions = dense_rows<first_expression, 32>();
 
 }  // namespace
 
-const reloc_type_facts& reloc_facts(int type) {
+constexpr std::array<const reloc_type_facts*, 256> ordinary_reloc_rows = dense_rows<0, 256>();
+
+const reloc_type_facts& special_reloc_facts(int type) {
     const auto number = static_cast<unsigned>(type);
-    if (number < ordinary.size())
-        return *ordinary[number];
     if (number - first_expression < expressions.size())
         return *expressions[number - first_expression];
     const auto* const row = std::ranges::lower_bound(facts, number, {}, &reloc_type_facts::type);
     if (row != std::end(facts) && row->type == number)
         return *row;
     return number < first_expression ? unlisted_ordinary : unlisted_special;
-}
-
-int reloc_size(int type) {
-    return reloc_facts(type).size;
-}
-
-int reloc_stop(int type, int size) {
-    const int stop = reloc_facts(type).stop;
-    return stop != 0 ? stop : (size + 7) / 8 * 8;
-}
-
-int reloc_offset(int type) {
-    return reloc_facts(type).offset;
-}
-
-const char* reloc_type_name(std::uint16_t type) {
-    return reloc_facts(type).name;
-}
-
-bool is_field_reloc(std::uint16_t type) {
-    return reloc_facts(type).word == reloc_word::field;
-}
-
-bool is_constant_reloc(std::uint16_t type) {
-    return reloc_facts(type).word == reloc_word::constant;
-}
-
-bool has_displacement(std::uint16_t type) {
-    return reloc_facts(type).displacement;
-}
-
-bool is_sym_reloc(std::uint16_t type, std::uint32_t symndx) {
-    return symndx != no_symbol && reloc_facts(type).word == reloc_word::symbol;
-}
-
-bool is_internal_reloc(std::uint16_t type) {
-    return reloc_facts(type).word == reloc_word::internal;
 }

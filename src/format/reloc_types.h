@@ -2,6 +2,7 @@
 #ifndef MODFORGE_FORMAT_RELOC_TYPES_H
 #define MODFORGE_FORMAT_RELOC_TYPES_H
 
+#include <array>
 #include <cstdint>
 
 /// The types that have a name.
@@ -36,36 +37,64 @@ struct reloc_type_facts {
     bool displacement;  ///< whether the displacement word means something
 };
 
+/// Rows of the types 0 to 255, which are nearly all that a program has; for reloc_facts().
+extern const std::array<const reloc_type_facts*, 256> ordinary_reloc_rows;
+const reloc_type_facts& special_reloc_facts(int type);
+
+// The questions are asked of every relocation several times, so they stand here to be compiled into the loops.
+
 /// The facts of `type`. A number without a row is an ordinary relocation without a field, with a symbol, and with a
 /// displacement if it lies below RE_ADD; one that does not fit 16 bits has none.
-const reloc_type_facts& reloc_facts(int type);
+inline const reloc_type_facts& reloc_facts(int type) {
+    const auto number = static_cast<unsigned>(type);
+    return number < ordinary_reloc_rows.size() ? *ordinary_reloc_rows[number] : special_reloc_facts(type);
+}
 
 /// Width of the field that a relocation of `type` changes, in bits; 0 for types without a field of their own.
-int reloc_size(int type);
+inline int reloc_size(int type) {
+    return reloc_facts(type).size;
+}
 
 /// Width in bits of the container that the loader rewrites, counted from the relocation's address. Types without
 /// a container of their own get `size` rounded up to whole bytes.
-int reloc_stop(int type, int size);
+inline int reloc_stop(int type, int size) {
+    const int stop = reloc_facts(type).stop;
+    return stop != 0 ? stop : (size + 7) / 8 * 8;
+}
 
 /// Bit offset of the field inside its container, 0 for types without one.
-int reloc_offset(int type);
+inline int reloc_offset(int type) {
+    return reloc_facts(type).offset;
+}
 
 /// "R_RELLONG" and the like; null for a type without a name.
-const char* reloc_type_name(std::uint16_t type);
+inline const char* reloc_type_name(std::uint16_t type) {
+    return reloc_facts(type).name;
+}
 
 /// Whether the entry describes its field itself, in a reloc_field where others have a symbol index.
-bool is_field_reloc(std::uint16_t type);
+inline bool is_field_reloc(std::uint16_t type) {
+    return reloc_facts(type).word == reloc_word::field;
+}
 
 /// Whether the entry pushes a constant, which lies where others have a symbol index.
-bool is_constant_reloc(std::uint16_t type);
+inline bool is_constant_reloc(std::uint16_t type) {
+    return reloc_facts(type).word == reloc_word::constant;
+}
 
 /// Whether the COFF entry's displacement word means something for `type`.
-bool has_displacement(std::uint16_t type);
+inline bool has_displacement(std::uint16_t type) {
+    return reloc_facts(type).displacement;
+}
 
 /// Whether a relocation of `type` with the symbol word `symndx` refers to a symbol.
-bool is_sym_reloc(std::uint16_t type, std::uint32_t symndx);
+inline bool is_sym_reloc(std::uint16_t type, std::uint32_t symndx) {
+    return symndx != no_symbol && reloc_facts(type).word == reloc_word::symbol;
+}
 
 /// Whether `type` is one of the linker's own, which never reach a module.
-bool is_internal_reloc(std::uint16_t type);
+inline bool is_internal_reloc(std::uint16_t type) {
+    return reloc_facts(type).word == reloc_word::internal;
+}
 
 #endif

@@ -3,19 +3,23 @@
 // The file is opened in place, never renamed or removed: it may be a device, a pipe or a link.
 #include "output/velm_writer.h"
 
-#include <csignal>
+#include <bit>
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
 
 #include "convert/options.h"
 #include "convert/string_table.h"
 #include "convert/velm_file.h"
+#include "format/checksum.h"
 #include "msg/error_exit.h"
+#include "output/contents_reader.h"
+#include "output/same_file.h"
+#include "packets/image_packets.h"
+#include "packets/module_checksums.h"
 
 namespace {
 
-/// What is on its way to the output file. One record at a time, stdio costs more than the copy.
+/// What is on its way to the output file.
 struct {
     char bytes[1 << 16];
     std::size_t used = 0;
@@ -54,70 +58,94 @@ void write_binary(const char* bytes, std::size_t size, std::FILE* stream) {
     }
 }
 
-/// Writes "0x%x" of `word` to `text`. Returns the end of the text.
+/// Most characters of a word in the text: ",\n0x" and eight digits.
+constexpr std::size_t most_text = 12;
+
+/// Writes the hexadecimal digits of `word`, without leading zeros, to `text`, where there is room for eight characters.
+/// Returns the end of the digits. All digits at once, each in a byte, since text takes far longer than binary.
 char* put_hex(char* text, std::uint32_t word) {
-    *text++ = '0';
-    *text++ = 'x';
-    int shift = 28;
-    while (shift > 0 && word >> shift == 0)
-        shift -= 4;
-    for (; shift >= 0; shift -= 4)
-        *text++ = "0123456789abcdef"[word >> shift & 0xF];
-    return text;
+    std::uint64_t digits = word;
+    digits = (digits << 16 | digits) & 0x0000FFFF0000FFFFU;
+    digits = (digits << 8 | digits) & 0x00FF00FF00FF00FFU;
+    digits = (digits << 4 | digits) & 0x0F0F0F0F0F0F0F0FU;
+    const int leading_zeros = std::countl_zero(word | 1) / 4;
+    digits <<= 8 * leading_zeros;
+    const std::uint64_t letters = (digits + 0x0606060606060606U) >> 4 & 0x0101010101010101U;
+    digits += 0x3030303030303030U + letters * ('a' - '0' - 10);
+    for (int k = 0; k < 8; ++k)
+        text[k] = static_cast<char>(digits >> (56 - 8 * k));
+    return text + 8 - leading_zeros;
 }
 
-/// Words as text, each but the first of the whole file behind ",\n".
+/// Writes words as text, each but the first of the whole file behind ",\n".
 void write_text(const char* bytes, std::size_t size, std::FILE* stream) {
     static bool first_word = true;
     for (std::size_t at = 0; at + 4 <= size; at += 4) {
-        std::uint32_t word = 0;
+        if (sizeof staged.bytes - staged.used < most_text)
+            flush_staged(stream);
+        std::uint32_t word;
         std::memcpy(&word, bytes + at, 4);
-        char line[16];
-        char* end = line;
-        if (!first_word) {
-            *end++ = ',';
-            *end++ = '\n';
-        }
+        char* text = staged.bytes + staged.used;
+        std::memcpy(text, ",\n0x", 4);
+        if (first_word)
+            std::memcpy(text, "0x", 2);
+        text += first_word ? 2 : 4;
         first_word = false;
-        end = put_hex(end, word);
-        const auto length = static_cast<std::size_t>(end - line);
-        std::memcpy(stage(length, stream), line, length);
+        staged.used = static_cast<std::size_t>(put_hex(text, word) - staged.bytes);
     }
 }
 
-/// Writes one record of the file, of which `record` may be the beginning of something longer.
-template <typename RECORD> void write_record(const RECORD& record, std::FILE* stream) {
-    write_data(&record, sizeof record, 1, stream);
+/// Writes records of the file that lie side by side.
+template <typename RECORD> void write_records(const RECORD* records, std::size_t count, std::FILE* stream) {
+    const auto* bytes = reinterpret_cast<const char*>(records);
+    if (hex_output_mode)
+        write_text(bytes, count * sizeof(RECORD), stream);
+    else
+        write_binary(bytes, count * sizeof(RECORD), stream);
 }
 
-void warn_of_input_as_output() {
-    std::error_code none;
-    if (std::filesystem::equivalent(filename_in, filename_out, none))
-        std::fprintf(stderr, "WARNING: Output file %s is the input file\n", filename_out);
+/// The input is gone once it is opened as output: all that is wanted of it has to be in memory by then.
+void take_leave_of_input() {
+    load_contents();
+    std::fprintf(stderr, "WARNING: Output file %s is the input file\n", filename_out);
 }
 
-void write_packet(image_packet& packet, std::FILE* stream) {
-    write_record<velm_packet_header>(packet, stream);
-    write_data(packet.data.get(), 4, (packet.data_size + 3) / 4, stream);
-    for (const reloc_record* rec : items<reloc_record>(packet.relocs))
-        write_record(*rec, stream);
+/// Writes a packet, given its contents and its first relocation.
+void write_packet(const image_packet& packet, const unsigned char* contents, const reloc_record* relocs,
+                  std::FILE* stream) {
+    velm_packet_header header = {packet.nreloc, packet.data_size, 0};
+    const std::uint32_t padded = padded_size(packet);
+    const std::size_t size = sizeof header + padded;
+    char text_source[sizeof header + 1024];
+    char* const image = hex_output_mode ? text_source : stage(size, stream);
+    char* const data = image + sizeof header;
+    std::uint32_t sum = copy_and_sum(data, contents, packet.data_size / 4);
+    if (padded != packet.data_size) {
+        const std::uint32_t whole = packet.data_size & ~std::uint32_t{3};
+        std::uint32_t last = 0;
+        std::memcpy(&last, contents + whole, packet.data_size - whole);
+        sum += copy_and_sum(data + whole, &last, 1);
+    }
+    header.checksum = build_packet_checksum(packet, sum, relocs);
+    std::memcpy(image, &header, sizeof header);
+    if (hex_output_mode)
+        write_text(image, size, stream);
+    write_records(relocs, packet.nreloc, stream);
 }
 
 }  // namespace
 
 int write_velm() {
-    warn_of_input_as_output();
-#ifdef SIGPIPE
-    std::signal(SIGPIPE, SIG_IGN);  // a reader that went away is a failed write like any other, with its message
-#endif
+    if (is_same_file(filename_in, filename_out))
+        take_leave_of_input();
     std::FILE* stream = std::fopen(filename_out, hex_output_mode ? "w" : "wb");
     if (!stream)
         error_exit("ERROR: Unable to open file %s\n", filename_out);
     std::setvbuf(stream, nullptr, _IONBF, 0);  // everything comes in pieces of 64 KiB already
-    write_record<velm_filehdr>(velm_file, stream);
-    write_record<velm_verifyrec>(velm_file, stream);
-    if (velm_file.strtab_size != 0)
-        write_data(str_table_buf, velm_file.strtab_size, 1, stream);
+    staged.used = 0;
+    write_records<velm_filehdr>(&velm_file, 1, stream);
+    write_records<velm_verifyrec>(&velm_file, 1, stream);
+    write_data(str_table_buf, 1, velm_file.strtab_size, stream);
     write_section_headers(stream);
     write_symbol_table(stream);
     if (!symbols_only)
@@ -125,47 +153,44 @@ int write_velm() {
     if (hex_output_mode)
         *stage(1, stream) = '\n';
     flush_staged(stream);
-    if (std::fflush(stream) != 0)
-        cannot_write();
     if (std::fclose(stream) != 0)
         cannot_write();
     return 0;
 }
 
 void write_data(const void* buf, unsigned size, unsigned count, std::FILE* stream) {
-    const auto* bytes = static_cast<const char*>(buf);
-    const std::size_t total = std::size_t{size} * count;
-    if (hex_output_mode)
-        write_text(bytes, total, stream);
-    else
-        write_binary(bytes, total, stream);
+    write_records(static_cast<const char*>(buf), std::size_t{size} * count, stream);
 }
 
 void write_section_headers(std::FILE* stream) {
-    for (SLIST* group : velm_file.section_groups) {
-        for (const velm_scnhdr* hdr : items<velm_scnhdr>(*group))
-            write_record<velm_scnhdr_record>(*hdr, stream);
-    }
+    for (const velm_scnhdr_record& record : velm_file.sections)
+        write_records(&record, 1, stream);
 }
 
 void write_symbol_table(std::FILE* stream) {
-    for (const velm_symbol* sym : items<velm_symbol>(velm_file.symbols))
-        write_record<velm_symbol_record>(*sym, stream);
+    write_records(velm_file.symbols.data(), velm_file.symbols.size(), stream);
 }
 
 void write_im_n_relocs(std::FILE* stream) {
-    for (SLIST* packets : items<SLIST>(velm_file.packets)) {
-        for (image_packet* packet : items<image_packet>(*packets))
-            write_packet(*packet, stream);
+    contents_reader reader;
+    const image_packet* packet = velm_file.packets.data();
+    for (const velm_scnhdr& section : velm_file.sections) {
+        const reloc_record* relocs = section.relocs.reloc_table;
+        std::uint32_t start = 0;
+        for (std::uint32_t left = section.npackets; left > 0; --left, ++packet) {
+            write_packet(*packet, reader.read(section, start, packet->data_size), relocs, stream);
+            start += packet->data_size;
+            relocs += packet->nreloc;
+        }
     }
 }
 
 void dump_exported_symbols_list() {
     std::fputs("EXPORTED SYMBOLS LIST \n", stdout);
     std::fputs("=====================\n\n", stdout);
-    for (const velm_symbol* sym : items<velm_symbol>(velm_file.symbols)) {
-        if (sym->storage_class != velm_local_class && sym->section != 0)
-            std::printf("%s\n", sym->coff_name);
+    for (const velm_symbol& sym : velm_file.symbols) {
+        if (sym.storage_class != velm_local_class && sym.section != 0)
+            std::printf("%s\n", str_table_buf + sym.name_offset);
     }
     std::fputs("\n\n", stdout);
 }

@@ -14,7 +14,8 @@ void write_data(const void* buf, unsigned size, unsigned count, std::FILE* strea
 
 void write_section_headers(std::FILE* stream);
 void write_symbol_table(std::FILE* stream);
-/// Every image packet: header, padded data, relocation records.
+/// Every image packet: header, padded data, relocation records. The contents come out of the input while this writes,
+/// and the packets' checksums with them.
 void write_im_n_relocs(std::FILE* stream);
 
 /// Prints the names of the exported symbols of the module on standard output. No option asks for it yet.

@@ -9,6 +9,11 @@
 /// The running offset in the output file, bytes; only grows. Behind the last packet it is the file's length.
 extern std::uint32_t cur_byte_offset;
 
+/// Bytes of a packet's contents in the module, zero bytes up to a multiple of 4 included.
+constexpr std::uint32_t padded_size(const image_packet& packet) {
+    return (packet.data_size + 3) & ~std::uint32_t{3};
+}
+
 /// Completes the model: file offsets, packets, string table, checksums. A module of 4 GiB or more, and a section that
 /// cannot be cut, end the run.
 void build_velm();

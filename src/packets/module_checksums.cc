@@ -1,64 +1,43 @@
 // Sums the records of the model as they will lie in the file.
 #include "packets/module_checksums.h"
 
-#include <array>
-#include <bit>
-
-#include "convert/options.h"
-#include "convert/velm_file.h"
 #include "format/checksum.h"
 
 namespace {
 
-/// Sum of the first `words` words of a record of the file.
-template <typename RECORD> std::uint32_t sum_record(const RECORD& record, int words = sizeof(RECORD) / 4) {
-    const auto image = std::bit_cast<std::array<std::uint32_t, sizeof(RECORD) / 4>>(record);
-    return sum_values(image.data(), words);
-}
-
-std::uint32_t sum_packet(image_packet& packet) {
-    std::uint32_t sum = sum_record<velm_packet_header>(packet, 2);  // the checksum itself is left out
-    sum += sum_values(packet.data.get(), static_cast<int>((packet.data_size + 3) / 4));
-    for (const reloc_record* rec : items<reloc_record>(packet.relocs))
-        sum += sum_record(*rec);
-    return sum;
+/// Sum of the words of a record of the file up to its checksum, which is its last one.
+template <typename RECORD> std::uint32_t sum_before_checksum(const RECORD& record) {
+    return sum_words(&record, sizeof(RECORD) / 4 - 1);
 }
 
 }  // namespace
 
 void build_checksums() {
-    velm_file.header_checksum = ~sum_record<velm_filehdr>(velm_file, 8);
+    velm_file.header_checksum = ~sum_before_checksum<velm_filehdr>(velm_file);
     build_string_table_checksum();
     build_sect_hdr_checksum();
     build_symbol_table_checksum();
-    if (!symbols_only)
-        build_packet_checksum();
-    velm_file.verifyrec_checksum = ~sum_record<velm_verifyrec>(velm_file, 4);
+    velm_file.verifyrec_checksum = ~sum_before_checksum<velm_verifyrec>(velm_file);
 }
 
 void build_string_table_checksum() {
-    velm_file.strtab_checksum =
-        calculate_checksum(velm_file.string_table.get(), static_cast<int>(velm_file.strtab_size / 4));
+    velm_file.strtab_checksum = ~sum_words(velm_file.strings.data(), velm_file.strings.size() / 4);
 }
 
 void build_sect_hdr_checksum() {
     std::uint32_t sum = 0;
-    for (SLIST* group : velm_file.section_groups)
-        for (const velm_scnhdr* hdr : items<velm_scnhdr>(*group))
-            sum += sum_record<velm_scnhdr_record>(*hdr);
+    for (const velm_scnhdr_record& record : velm_file.sections)
+        sum += sum_words(&record, sizeof record / 4);
     velm_file.scnhdr_checksum = ~sum;
 }
 
 void build_symbol_table_checksum() {
-    std::uint32_t sum = 0;
-    for (const velm_symbol* sym : items<velm_symbol>(velm_file.symbols))
-        sum += sum_record<velm_symbol_record>(*sym);
-    velm_file.symtab_checksum = ~sum;
+    velm_file.symtab_checksum =
+        ~sum_words(velm_file.symbols.data(), velm_file.symbols.size() * sizeof(velm_symbol) / 4);
 }
 
-void build_packet_checksum() {
-    for (SLIST* packets : items<SLIST>(velm_file.packets)) {
-        for (image_packet* packet : items<image_packet>(*packets))
-            packet->checksum = ~sum_packet(*packet);
-    }
+std::uint32_t build_packet_checksum(const image_packet& packet, std::uint32_t contents_sum,
+                                    const reloc_record* relocs) {
+    const std::uint32_t header_sum = packet.nreloc + packet.data_size;
+    return ~(header_sum + contents_sum + sum_words(relocs, packet.nreloc * (sizeof(reloc_record) / 4)));
 }

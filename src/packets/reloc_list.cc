@@ -67,7 +67,7 @@ public:
     }
 
 private:
-    const reloc_record* record() const { return table_->reloc_table[table_->reloc_start]; }
+    const reloc_record* record() const { return &table_->reloc_table[table_->reloc_start]; }
 
     /// After a cut at the odd offset `off`, where the cursor is: back to the first record of the preceding address
     /// group. False when there is none in this packet.
@@ -103,12 +103,12 @@ void xlate_reloc(reloc_record* rec, std::int32_t offset_in_packet, int width) {
     rec->r_vaddr = static_cast<std::uint32_t>(bytetoAU(offset_in_packet, width));
     if (!is_sym_reloc(rec->r_type, rec->r_symndx))
         return;
-    const velm_symbol* symbol = c2v_symbol_xtbl[rec->r_symndx];
-    if (!symbol) {
+    const std::uint16_t symbol = c2v_symbol_xtbl[rec->r_symndx];
+    if (symbol == no_velm_symbol) {
         std::fputs("Internal Error in translating symbols\n", stdout);  // not standard error, on purpose
         end_run(EXIT_FAILURE);
     }
-    rec->r_symndx = symbol->index;
+    rec->r_symndx = symbol;
 }
 
 void find_first_reloc(velm_reloc_table* table, std::int32_t byte_addr, int width, std::int32_t low) {
@@ -117,22 +117,20 @@ void find_first_reloc(velm_reloc_table* table, std::int32_t byte_addr, int width
         --table->reloc_start;
         if (static_cast<std::int32_t>(table->reloc_start) < low)
             return;
-        compared = get_reloc_addr(table->reloc_table[table->reloc_start], width);
+        compared = get_reloc_addr(&table->reloc_table[table->reloc_start], width);
     }
     ++table->reloc_start;
 }
 
-std::int32_t build_reloc_list(scnhdrlist_entry* entry, std::int32_t packet_start, std::int32_t* packet_size,
-                              SLIST* list) {
+std::int32_t build_reloc_list(scnhdrlist_entry* entry, std::int32_t packet_start, std::int32_t* packet_size) {
     packet_scan scan(entry, packet_start, *packet_size);
     scan.run();
     *packet_size = scan.size();
     for (std::int32_t i = scan.first(); i < scan.cursor(); ++i) {
-        reloc_record* rec = entry->relocs.reloc_table[i];
+        reloc_record* rec = &entry->relocs.reloc_table[i];
         const std::int32_t off = scan.offset_of(rec);
         entry->field_passes_packet |= packet_scan::last_byte(off, rec) >= scan.size();
         xlate_reloc(rec, off, entry->wordsz);
-        list->append(rec);
     }
     return scan.cursor() - scan.first();
 }

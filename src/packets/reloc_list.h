@@ -17,11 +17,11 @@ void xlate_reloc(reloc_record* rec, std::int32_t offset_in_packet, int width);
 /// this address. Stops at `low` - 1 when every record from `low` on shares it. Reads no record below `low`.
 void find_first_reloc(velm_reloc_table* table, std::int32_t byte_addr, int width, std::int32_t low);
 
-/// Decides which relocations lie in the packet that starts `packet_start` bytes into the section, translates them and
-/// appends them to `list`. `*packet_size`, the proposed length in bytes, shrinks so that no relocated field crosses
-/// the packet's end; 0 or less when that leaves nothing. Returns the number of records appended.
-std::int32_t build_reloc_list(scnhdrlist_entry* entry, std::int32_t packet_start, std::int32_t* packet_size,
-                              SLIST* list);
+/// Decides which relocations lie in the packet that starts `packet_start` bytes into the section, and translates them:
+/// they are those from where the table's cursor was to where it is then. `*packet_size`, the proposed length in bytes,
+/// shrinks so that no relocated field crosses the packet's end; 0 or less when that leaves nothing. Returns the number
+/// of records.
+std::int32_t build_reloc_list(scnhdrlist_entry* entry, std::int32_t packet_start, std::int32_t* packet_size);
 
 /// Reverses the bytes of `*word` in place and returns the result.
 std::uint32_t swap4(std::uint32_t* word);

@@ -24,8 +24,8 @@ support::coff_image image_with_everything() {
     support::coff_image image;
     image.sections = {{.name = ".text:with_a_long_name",
                        .paddr = 0x1000,
-                       .contents = support::bytes(400),
-                       .relocs = {{.vaddr = 0x1004, .type = 17, .symndx = 3}, {.vaddr = 0x1150, .type = 17}}},
+                       .contents = support::bytes(600),  // the second field makes three packets of two
+                       .relocs = {{.vaddr = 0x1004, .type = 17, .symndx = 3}, {.vaddr = 0x112A, .type = 17}}},
                       {.name = ".bss", .flags = 0x80, .paddr = 0x2000, .size = 8},
                       {.name = ".cinit", .flags = 0x40, .paddr = 0x3000, .contents = {1, 2, 3, 4}}};
     image.symbols = {{.name = ".bss", .scnum = 2, .sclass = 3, .aux = {support::aux_section(8, 0, 0)}},
@@ -83,7 +83,6 @@ TEST(Allocation, ConversionsRunOutOfMemoryCleanly) {
     std::set<std::string> messages =
         messages_of({"modforge", "-e=" + entries, "-p=300", "-q", input}, files.file("app.vlm"));
     messages.merge(messages_of({"modforge", "-s", "-fc", "-o=" + files.file("out"), input}, files.file("out")));
-    messages.erase("ERROR: Unable to allocate reloc list\n");  // heard only where list nodes come one by one
     const std::set<std::string> expected = {
         storage_for("the conversion"),
         storage_for(std::string(32, ' ') + "output filename"),

@@ -211,10 +211,10 @@ TEST(Refusals, FilesThatAreTooLongOrCannotBeRead) {
 TEST(Refusals, MemoryThatCannotBeHadIsNamed) {
     const workshop shop;
     coff_image image;
-    image.sections = {{.size = 300 << 20, .scnptr = 4}};
+    image.sections = {{.relptr = 4, .nreloc = (200 << 20) / 12}};
     shop.write("app.out", image.data());
-    std::filesystem::resize_file(shop.path("app.out"), 301 << 20);
-    const run_result run = shop.run({"-o=out.bin", "app.out"}, {.megabytes = 200});
+    std::filesystem::resize_file(shop.path("app.out"), 201 << 20);
+    const run_result run = shop.run({"-o=out.bin", "app.out"}, {.megabytes = 100});
     EXPECT_EQ(run.status, 1);
     EXPECT_TRUE(run.err.starts_with("ERROR: Unable to allocate storage for ")) << run.err;
     EXPECT_FALSE(shop.has("out.bin"));

@@ -13,7 +13,6 @@ class StringTable : public ::testing::Test {
 protected:
     void SetUp() override { init_filehdr(); }
     void TearDown() override {
-        velm_file.strings.clear();
         cleanup_str_tab();
         init_filehdr();
     }

@@ -23,18 +23,16 @@ public:
         hdr_.wordsz = width;
         for (const placed& field : fields)
             records_.push_back(record_at(vaddr + static_cast<std::uint32_t>(field.offset) / (width / 8U), field.bytes));
-        for (reloc_record& record : records_)
-            pointers_.push_back(&record);
-        hdr_.relocs = {static_cast<std::uint32_t>(records_.size()), 0, pointers_.data()};
+        hdr_.relocs = {static_cast<std::uint32_t>(records_.size()), 0, records_.data()};
     }
 
     /// The packet that starts at byte `start`, proposed with `size` bytes: returns its length.
     std::int32_t packet(std::int32_t start, std::int32_t size) {
-        SLIST list;
-        const std::int32_t count = build_reloc_list(&hdr_, start, &size, &list);
+        const std::uint32_t first = cursor();
+        const std::int32_t count = build_reloc_list(&hdr_, start, &size);
         offsets_.clear();
-        for (const reloc_record* rec : items<reloc_record>(list))
-            offsets_.push_back(rec->r_vaddr);
+        for (std::uint32_t i = first; i < cursor(); ++i)
+            offsets_.push_back(records_[i].r_vaddr);
         EXPECT_EQ(static_cast<std::size_t>(count), offsets_.size());
         return size;
     }
@@ -55,7 +53,6 @@ private:
 
     velm_scnhdr hdr_{};
     std::vector<reloc_record> records_;
-    std::vector<reloc_record*> pointers_;
     std::vector<std::uint32_t> offsets_;
 };
 
@@ -120,9 +117,7 @@ TEST(RelocList, TranslatedRecordsAreNotReadAgain) {
 }
 
 TEST(RelocList, SymbolsBecomeModuleSymbols) {
-    velm_symbol symbol{};
-    symbol.index = 7;
-    c2v_symbol_xtbl = {nullptr, &symbol};
+    c2v_symbol_xtbl = {no_velm_symbol, 7};
     reloc_record word{};
     word.r_symndx = 1;
     word.r_type = R_RELLONG;

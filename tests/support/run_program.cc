@@ -46,6 +46,18 @@ pipe_ends make_pipe() {
         const rlimit space{settings.megabytes << 20, settings.megabytes << 20};
         setrlimit(RLIMIT_AS, &space);
     }
+    if (settings.file_bytes != 0) {
+        const rlimit size{settings.file_bytes, settings.file_bytes};
+        setrlimit(RLIMIT_FSIZE, &size);
+    }
+    if (settings.output == output_goes::nowhere_closed)
+        close(STDOUT_FILENO);
+    if (settings.output == output_goes::to_nobody) {
+        const pipe_ends none = make_pipe();
+        close(none.read_end);
+        dup2(none.write_end, STDOUT_FILENO);
+        close(none.write_end);
+    }
     if (settings.directory.empty() || chdir(settings.directory.c_str()) == 0)
         execv(arguments[0], arguments.data());
     _exit(127);
