@@ -81,7 +81,8 @@ void SHASH::erase(const void* key) {
     if (key_type_ == scalar_keys)
         UMSG.die("SHASH::erase (pointer)", "cannot mix key types");
     const ENTRY wanted(key, nullptr);
-    bucket_of(wanted).erase(&wanted);
+    if (key_type_ != no_keys)
+        bucket_of(wanted).erase(&wanted);
     --count_;
 }
 
@@ -89,7 +90,8 @@ void SHASH::erase(std::uint32_t key) {
     if (key_type_ == pointer_keys)
         UMSG.die("SHASH::erase (scalar)", "cannot mix key types");
     const ENTRY wanted(key, nullptr);
-    bucket_of(wanted).erase(&wanted);
+    if (key_type_ != no_keys)
+        bucket_of(wanted).erase(&wanted);
     --count_;
 }
 
@@ -133,14 +135,14 @@ SLIST::NODE* SHASH::find(const void* key) {
     if (key_type_ == scalar_keys)
         UMSG.die("SHASH::find (pointer)", "cannot mix key types");
     const ENTRY wanted(key, nullptr);
-    return bucket_of(wanted).find(&wanted);
+    return key_type_ == no_keys ? nullptr : bucket_of(wanted).find(&wanted);
 }
 
 SLIST::NODE* SHASH::find(std::uint32_t key) {
     if (key_type_ == pointer_keys)
         UMSG.die("SHASH::find (scalar)", "cannot mix key types");
     const ENTRY wanted(key, nullptr);
-    return bucket_of(wanted).find(&wanted);
+    return key_type_ == no_keys ? nullptr : bucket_of(wanted).find(&wanted);
 }
 
 std::uint32_t SHASH::size() const {

@@ -36,6 +36,11 @@ TEST(Shash, IteratesByBucketAndWithinItByInsertionEvenAfterALookUp) {
     // Either kind of key may be looked for: it does not settle the kind. Nor does an empty bucket compare.
     EXPECT_EQ(table.find(1u), nullptr);
     EXPECT_EQ(table.find("a"), nullptr);
+    // What the functions make of the kind that is not theirs does not matter then.
+    SHASH strings(SHASH::str_hash, SHASH::str_cmp, 5);
+    EXPECT_EQ(strings.find(1u), nullptr);
+    strings.erase(1u);
+    EXPECT_EQ(strings.size(), 0xFFFFFFFFu);
     // Bucket 0: 7; bucket 1: 15, 8, 1; bucket 2: the large one; bucket 3: 3; bucket 6: 13, 6. The others stay empty.
     const std::uint32_t keys[] = {13, 15, 3, 8, 7, 6, 0x80000000u, 1};
     for (const std::uint32_t key : keys)
