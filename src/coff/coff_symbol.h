@@ -89,9 +89,8 @@ public:
     virtual std::uint16_t array_dim(int i) const;
     virtual SLIST::NODE* block_skip() const;
 
-    /// "index (name)" for a reference to the symbol `index`. On purpose only the index if this symbol's own index is 0,
-    /// or `index` is beyond the table; an index inside it that belongs to no symbol ends the run. The text lives until
-    /// the next call for any symbol.
+    /// "index (name)" for a reference to the symbol `index`; only the index if it belongs to no symbol and, on purpose,
+    /// if this symbol's own index is 0. The text lives until the next call for any symbol.
     virtual const char* ref_name(std::int32_t index) const;
 
     /// List what the auxiliary entry of `symbol` holds.
@@ -118,6 +117,7 @@ private:
     void take_name(symbol_storage* storage);
     void set_own_name(const char* text, std::size_t length);
     void set_own_aux(const auxent& entry);
+    void move_to(COFF_FILE* file);
     void find_first_lnno();
     void encode_name();
     std::uint32_t aux_word(std::size_t offset) const { return aux_ ? aux_->word(offset) : 0; }

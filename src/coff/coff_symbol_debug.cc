@@ -71,8 +71,7 @@ const char* COFF_SYMBOL::ref_name(std::int32_t index) const {
     if (coff_index_ == 0 || !file_ || static_cast<std::uint32_t>(index) > file_->fh_nsyms())
         return text.c_str();
     const SLIST::NODE* const node = file_->symbol_table()->find_sym(static_cast<std::uint32_t>(index));
-    if (!node)
-        UMSG.die("COFF_SYMBOL::ref_name", "no symbol has the index %d", index);
-    text.append(" (").append(static_cast<const COFF_SYMBOL*>(node->data)->name()).append(")");
+    if (node)
+        text.append(" (").append(static_cast<const COFF_SYMBOL*>(node->data)->name()).append(")");
     return text.c_str();
 }

@@ -14,25 +14,43 @@ void COFF_SYMBOL_TABLE::require_file(const char* where) const {
 
 std::uint32_t COFF_SYMBOL_TABLE::add_symbol(COFF_SYMBOL* symbol) {
     require_file("COFF_SYMBOL_TABLE::add_symbol");
+    if (!symbol)
+        UMSG.die("COFF_SYMBOL_TABLE::add_symbol", "there is no symbol");
     if (symbol->table_)
         UMSG.die("COFF_SYMBOL_TABLE::add_symbol", "symbol %s belongs to a table already", symbol->name());
     symbol->table_ = this;
+    symbol->move_to(file_);
     adopted_.emplace_back(symbol);
     const std::uint32_t entries = symbol->has_aux() ? 2 : 1;
     symbol->coff_index_ = next_index_;
     next_index_ += entries;
     file_->fh_set_nsyms(file_->fh_nsyms() + entries);
+    const bool noted = nodes_noted();
     symbols_.append(symbol);
+    if (noted)
+        note_node(symbol->coff_index_, symbols_.end());
     return symbol->coff_index_;
+}
+
+/// Nothing of another file, which may end first, and nothing shared with another symbol, comes along.
+void COFF_SYMBOL::move_to(COFF_FILE* file) {
+    file_ = file;
+    set_own_name(name_, std::strlen(name_));
+    if (aux_)
+        set_own_aux(*aux_);
 }
 
 /// The symbol itself stays until the table goes: records of functions point to its name.
 void COFF_SYMBOL_TABLE::delete_node(SLIST::NODE* node) {
+    const auto* const symbol = static_cast<const COFF_SYMBOL*>(node->data);
+    const bool noted = nodes_noted();
     node->set_data(nullptr);
+    if (symbol && noted && symbol->coff_index_ < next_index_)
+        note_node(symbol->coff_index_, nullptr);
 }
 
 void COFF_SYMBOL_TABLE::delete_symbol(COFF_SYMBOL* symbol) {
-    if (SLIST::NODE* const node = symbols_.find(symbol))
+    if (SLIST::NODE* const node = symbol ? find_sym(symbol->coff_index_) : nullptr)
         delete_node(node);
 }
 
@@ -48,6 +66,7 @@ void COFF_SYMBOL_TABLE::purge() {
     }
     file_->fh_set_nsyms(next_index_);
     symbols_.clear_sorted_table();  // the numbers it was sorted by are gone
+    note_nodes();
 }
 
 /// Deletes the symbol in a node and those behind it that its "first entry after" index leaves inside. Gives the node
@@ -92,6 +111,7 @@ void COFF_SYMBOL_TABLE::update_func_lnno_ptrs() {
 /// What the symbol of a section tells about it.
 void COFF_SYMBOL_TABLE::describe_section(COFF_SYMBOL* symbol, const COFF_SECTION* section) {
     symbol->set_own_name(section->name(), std::strlen(section->name()));
+    std::memset(symbol->entry_.n_name, 0, sizeof symbol->entry_.n_name);  // as encode_name() wants it for a long one
     symbol->entry_.n_value = static_cast<std::int32_t>(section->sh_vaddr());
     symbol->entry_.n_scnum = static_cast<std::int16_t>(section->scnum());
     if (!symbol->aux_)

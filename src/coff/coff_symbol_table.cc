@@ -41,6 +41,7 @@ COFF_SYMBOL_TABLE::~COFF_SYMBOL_TABLE() = default;
 
 void COFF_SYMBOL_TABLE::reset() {
     symbols_.clear();
+    noted_nodes_.clear();
     pool_.clear();
     adopted_.clear();
     storage_.names.clear();
@@ -134,13 +135,31 @@ std::uint32_t COFF_SYMBOL_TABLE::new_index(std::uint32_t old) {
 }
 
 SLIST::NODE* COFF_SYMBOL_TABLE::find_sym(std::uint32_t index) {
-    COFF_SYMBOL key;
-    key.coff_index_ = index;
-    return symbols_.find(&key);
+    if (!nodes_noted())
+        note_nodes();
+    return index < noted_nodes_.size() ? noted_nodes_[index] : nullptr;
+}
+
+void COFF_SYMBOL_TABLE::note_nodes() {
+    noted_nodes_.assign(next_index_, nullptr);
+    for (SLIST::NODE* node = symbols_.begin(); node; node = symbols_.next(node)) {
+        const auto* const symbol = static_cast<const COFF_SYMBOL*>(node->data);
+        if (symbol && symbol->coff_index_ < next_index_)
+            noted_nodes_[symbol->coff_index_] = node;
+    }
+    noted_at_ = symbols_.version();
+}
+
+/// After a change of the list at this one place only, with the nodes noted before.
+void COFF_SYMBOL_TABLE::note_node(std::uint32_t index, SLIST::NODE* node) {
+    noted_nodes_.resize(next_index_);
+    noted_nodes_[index] = node;
+    noted_at_ = symbols_.version();
 }
 
 const char* COFF_SYMBOL_TABLE::find_source_file(const COFF_SYMBOL* symbol) {
-    for (const SLIST::NODE* node = symbols_.find(symbol); node; node = symbols_.prev(node)) {
+    for (const SLIST::NODE* node = symbol ? find_sym(symbol->coff_index()) : nullptr; node;
+         node = symbols_.prev(node)) {
         const auto* const candidate = static_cast<const COFF_SYMBOL*>(node->data);
         if (candidate && candidate->sclass() == C_FILE)
             return candidate->name();
@@ -148,20 +167,15 @@ const char* COFF_SYMBOL_TABLE::find_source_file(const COFF_SYMBOL* symbol) {
     return nullptr;
 }
 
+/// Looks at every symbol: func_skip() would save little, and where it leads wrong it would hide functions.
 SLIST::NODE* COFF_SYMBOL_TABLE::find_func_sym(std::uint32_t address) {
-    SLIST::NODE* node = symbols_.begin();
-    while (node) {
+    for (SLIST::NODE* node = symbols_.begin(); node; node = symbols_.next(node)) {
         const auto* const symbol = static_cast<const COFF_SYMBOL*>(node->data);
-        if (symbol && symbol->is_function()) {
-            const auto start = static_cast<std::uint32_t>(symbol->value());
-            if (start <= address && address < start + symbol->func_size())
-                return node;
-            // The skip may only lead forward, or a damaged table would never end.
-            SLIST::NODE* const behind = symbol->func_skip();
-            if (!behind || COFF_SYMBOL::cmp(behind->data, symbol) > 0)
-                node = behind;
-        }
-        node = symbols_.next(node);
+        if (!symbol || !symbol->is_function())
+            continue;
+        const auto start = static_cast<std::uint32_t>(symbol->value());
+        if (start <= address && address < start + symbol->func_size())
+            return node;
     }
     return nullptr;
 }

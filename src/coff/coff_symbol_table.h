@@ -41,8 +41,8 @@ public:
     /// Makes all functions follow the line numbers of their sections.
     virtual void update_func_lnno_ptrs();
 
-    /// Appends a symbol, which is the table's from now on, and counts it in the file's fh_nsyms. Gives its index. One
-    /// that belongs to a table already ends the run.
+    /// Appends a symbol, which is the table's and its file's from now on whatever file it was read from, and counts it in
+    /// the file's fh_nsyms. Gives its index. One that belongs to a table already ends the run.
     virtual std::uint32_t add_symbol(COFF_SYMBOL* symbol);
     /// Deletes the symbol that has this one's index, if any.
     virtual void delete_symbol(COFF_SYMBOL* symbol);
@@ -85,6 +85,9 @@ private:
     void list_functions();
     void delete_node(SLIST::NODE* node);
     SLIST::NODE* delete_run(SLIST::NODE* node);
+    bool nodes_noted() const { return noted_at_ == symbols_.version(); }
+    void note_nodes();
+    void note_node(std::uint32_t index, SLIST::NODE* node);
     void describe_section(COFF_SYMBOL* symbol, const COFF_SECTION* section);
     void require_file(const char* where) const;
 
@@ -98,6 +101,11 @@ private:
     std::vector<std::unique_ptr<COFF_SYMBOL>> adopted_;  ///< symbols that were added
     symbol_storage storage_;
     record_pool<COFF_DEBUG::FUNCTION> function_pool_;
+
+    /// The node of each index, null where no symbol is; good while the list is as it was then. The list's own sorted
+    /// table does not outlive a change, which would make a loop that finds and deletes quadratic.
+    std::vector<SLIST::NODE*> noted_nodes_;
+    std::uint64_t noted_at_ = 0;  ///< version of the list
 
     friend class COFF_FILE;
 };

@@ -36,6 +36,7 @@ void SLIST::merge(const SLIST* other) {
 void SLIST::prepend(void* item) {
     NODE* const node = new NODE(item);
     node->list_ = this;
+    ++version_;
     ++count_;
     if (!head_) {
         head_ = tail_ = node;
@@ -50,6 +51,7 @@ void SLIST::prepend(void* item) {
 void SLIST::append(void* item) {
     NODE* const node = new NODE(item);
     node->list_ = this;
+    ++version_;
     ++count_;
     if (!tail_) {
         head_ = tail_ = node;
@@ -84,6 +86,7 @@ void SLIST::sort() {
         return;
     if (!sorted_table_)
         build_sorted_table();
+    ++version_;
     NODE* previous = nullptr;
     for (std::uint32_t k = 0; k < count_; ++k) {
         NODE* const node = sorted_table_[k];
@@ -99,6 +102,7 @@ void SLIST::clear() {
     while (head_)
         delete std::exchange(head_, head_->next_);
     tail_ = nullptr;
+    ++version_;
     count_ = 0;
     clear_sorted_table();
 }
@@ -206,6 +210,7 @@ std::uint32_t SLIST::size() const {
 void SLIST::unlink(NODE* node) {
     (node->prev_ ? node->prev_->next_ : head_) = node->next_;
     (node->next_ ? node->next_->prev_ : tail_) = node->prev_;
+    ++version_;
     --count_;
     delete node;
 }

@@ -88,6 +88,10 @@ public:
     /// The same as append().
     void add(void* item) { append(item); }
 
+    /// Another number after every change of the nodes, their order or their items; for callers that note places in the
+    /// list and want to know whether they still hold.
+    std::uint64_t version() const { return version_; }
+
     /// Whether the sorted table is there; for tests of what drops it.
     bool has_sorted_table() const { return sorted_table_ != nullptr; }
 
@@ -99,6 +103,7 @@ private:
     std::unique_ptr<NODE*[]> sorted_table_;  ///< null while no valid one exists
     compare_function cmp_func_ = nullptr;
     std::uint32_t count_ = 0;
+    std::uint64_t version_ = 0;
 };
 
 /// A place in a list. Nodes are made and freed by their list; they come from a pool, since a run makes many.

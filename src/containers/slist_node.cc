@@ -15,8 +15,10 @@
 
 void SLIST::NODE::set_data(void* item) {
     data = item;
-    if (list_)
-        list_->clear_sorted_table();
+    if (!list_)
+        return;
+    ++list_->version_;
+    list_->clear_sorted_table();
 }
 
 #ifdef MODFORGE_SEPARATE_NODES
