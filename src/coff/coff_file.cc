@@ -72,6 +72,8 @@ int COFF_FILE::read(std::FILE* fp, bool) {
 }
 
 bool COFF_FILE::set_file_length(std::FILE* fp) {
+    if (!fp)
+        UMSG.die("COFF_FILE::set_file_length", "missing input file");
     const long position = std::ftell(fp);
     if (position < 0 || std::fseek(fp, 0, SEEK_END) != 0) {
         UMSG.message(USER_MSG::ERROR, "%s: cannot be read in any order: %s", label(), std::strerror(errno));
@@ -134,6 +136,8 @@ bool COFF_FILE::read_headers() {
 }
 
 bool COFF_FILE::read_file_hdr() {
+    if (!fp_)
+        UMSG.die("COFF_FILE::read_file_hdr", "missing input file");
     if (std::fseek(fp_, file_start_, SEEK_SET) != 0 || std::fread(&file_hdr_, sizeof file_hdr_, 1, fp_) != 1)
         return false;
     byte_swapped_ = file_hdr_.fh_magic == swapped(coff_version_2);
@@ -163,7 +167,15 @@ bool COFF_FILE::read_file_hdr() {
     return true;
 }
 
+std::unique_ptr<COFF_SECTION> COFF_FILE::new_section() {
+    auto section = std::make_unique<COFF_SECTION>(this);
+    section->owned_ = true;
+    return section;
+}
+
 bool COFF_FILE::read_section_hdr(int index) {
+    if (!fp_)
+        UMSG.die("COFF_FILE::read_section_hdr", "missing input file");
     scnhdr header;
     if (std::fread(&header, sizeof header, 1, fp_) != 1)
         return false;
@@ -171,10 +183,10 @@ bool COFF_FILE::read_section_hdr(int index) {
         swap_record(header);
     if (index < 0 || index >= file_hdr_.fh_nscns)
         UMSG.die("COFF_FILE::read_section_hdr", "there is no section header %d", index);
-    if (sections_.size() <= static_cast<std::size_t>(index))
-        sections_.resize(static_cast<std::size_t>(index) + 1);
+    while (sections_.size() <= static_cast<std::size_t>(index))
+        sections_.push_back(new_section());
     auto& section = sections_[static_cast<std::size_t>(index)];
-    section = std::make_unique<COFF_SECTION>(this);
+    section = new_section();
     section->init_section(&header);
     return true;
 }

@@ -36,12 +36,16 @@ public:
     [[nodiscard]] virtual int read(std::FILE* fp, bool flag);
 
     /// Writes a whole file; the one that was read may be overwritten. Gives the number of errors reported so far (by
-    /// anyone, and then the file is not marked executable), -1 if it cannot be opened. Afterwards the contents of the
-    /// sections are gone. A full disk is noticed only while symbols are written.
+    /// anyone, and then the file is not marked executable), or -1 after a message if it cannot be opened or written; what
+    /// was written of it stays. A failure within the symbols ends the run. So does, before the file is opened, what could
+    /// not be read back: parts that do not agree with their headers, an optional header of another size than 28, or a
+    /// section name of more than 8 characters without any symbol, since the strings lie behind the symbols. Afterwards
+    /// the contents of the sections are gone.
     virtual std::int32_t write(const char* path);
 
     /// Steps of read(): all headers; the file header and optional header, from the start of the image; section header
-    /// number `index` (from 0), from the current position of the stream. True on success.
+    /// number `index` (from 0), from the current position of the stream. True on success; without a stream the run ends.
+    /// Sections in front of `index` whose headers have not been read are empty ones until then.
     virtual bool read_headers();
     virtual bool read_file_hdr();
     virtual bool read_section_hdr(int index);
@@ -53,7 +57,7 @@ public:
 
     /// Appends a section ".icode" that holds the whole file `path`, and marks the file and all older sections.
     virtual void add_icode(const char* path);
-    /// Appends a section, which is this file's from now on, and numbers it.
+    /// Appends a section, which is this file's from now on, and numbers it. One that a file owns already ends the run.
     virtual void add_section(COFF_SECTION* section);
     /// Destroys a section of this file with its symbols and all relocations that refer to them; those behind it move up.
     virtual void delete_section(COFF_SECTION* section);
@@ -153,6 +157,7 @@ private:
     using string_buffer = std::vector<char>;
 
     void close_input();
+    std::unique_ptr<COFF_SECTION> new_section();
     bool check_relocs() const;
     const char* strtab_fault(std::uint32_t& length);
     [[noreturn]] void end_on_bad_strings(const char* fault);
@@ -160,6 +165,8 @@ private:
     void read_strtab(std::uint32_t length);
     void retire_strtab();
     void load_everything();
+    void require_writable() const;
+    bool write_parts(std::FILE* fp);
     void delete_symbols_of(std::uint16_t scnum);
     void lower_scnums_above(std::int32_t position);
     std::uint32_t place(std::uint64_t& position, std::uint64_t size) const;

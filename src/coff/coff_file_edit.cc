@@ -12,26 +12,55 @@ std::int32_t COFF_FILE::write(const char* path) {
     if (errors != 0)
         fh_del_flags(f_exec);  // what was built after an error must not pass for a program
     load_everything();         // opening empties the file, which may be the input
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> output(std::fopen(path, "wb"), std::fclose);
+    require_writable();
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> output(std::fopen(path, "wb"), std::fclose);
     if (!output) {
         UMSG.message(USER_MSG::ERROR, "Cannot open output file '%s': %s", path, std::strerror(errno));
         return -1;
     }
-    std::FILE* const fp = output.get();
     fix_headers();
     fix_sym_table();
+    // A full disk may show only when the file is closed.
+    if (!write_parts(output.get()) || std::fclose(output.release()) != 0) {
+        UMSG.message(USER_MSG::ERROR, "Cannot write output file '%s': %s", path, std::strerror(errno));
+        return -1;
+    }
+    return errors;
+}
+
+/// False, with errno set, as soon as the stream has failed: behind that, no position is what it should be.
+bool COFF_FILE::write_parts(std::FILE* fp) {
     write_headers(fp);
-    for (const auto& section : sections_)
+    for (const auto& section : sections_) {
+        if (std::ferror(fp))
+            return false;
         section->write_raw_data(fp);
+    }
     for (const auto& section : sections_)
         section->write_relocs(fp);
     for (const auto& section : sections_)
         section->write_lnnos(fp);
-    if (symtab_.n_syms() != fh_nsyms())
-        UMSG.die("COFF_FILE::write", "symbol count mismatch");
+    if (std::ferror(fp))
+        return false;
     symtab_.write(fp);
     write_strtab(fp);
-    return errors;
+    return !std::ferror(fp);
+}
+
+/// Ends the run if what would be written could not be read back.
+void COFF_FILE::require_writable() const {
+    constexpr const char* where = "COFF_FILE::write";
+    if (fh_magic() != coff_version_2 || sections_.size() != fh_nscns())
+        UMSG.die(where, "the headers have not been read");
+    if (fh_opthdr() != 0 && fh_opthdr() != sizeof opt_hdr_)
+        UMSG.die(where, "an optional header of %u bytes cannot be written", fh_opthdr());
+    for (const auto& section : sections_) {
+        section->require_writable();
+        if (fh_nsyms() == 0 && std::strlen(section->name()) > sizeof(scnhdr::s_name))
+            UMSG.die(where, "the name of section %s needs a string table, which needs a symbol", section->name());
+    }
+    if (symtab_.n_syms() != fh_nsyms())
+        UMSG.die(where, "symbol count mismatch");
 }
 
 /// Reads what is still only in the input: from now on its place there does not matter.
@@ -95,12 +124,14 @@ std::uint32_t COFF_FILE::add_symbol(COFF_SYMBOL* symbol) {
 }
 
 void COFF_FILE::add_section(COFF_SECTION* section) {
-    const auto is_this = [section](const auto& owned) { return owned.get() == section; };
-    if (std::any_of(sections_.begin(), sections_.end(), is_this))
-        UMSG.die("COFF_FILE::add_section", "section %s belongs to the file already", section->name());
+    if (!section)
+        UMSG.die("COFF_FILE::add_section", "there is no section");
+    if (section->owned_)
+        UMSG.die("COFF_FILE::add_section", "section %s belongs to a file already", section->name());
     if (fh_nscns() >= std::numeric_limits<std::int16_t>::max())
         UMSG.die("COFF_FILE::add_section", "no number is left for section %s", section->name());
-    sections_.emplace_back(section);
+    section->set_cfile(this);
+    sections_.emplace_back(section)->owned_ = true;
     ++file_hdr_.fh_nscns;
     section->set_scnum(next_scnum_++);
 }

@@ -58,10 +58,10 @@ bool COFF_SECTION::read_scn() {
 
 bool COFF_SECTION::relocs_in_file() const {
     const std::uint64_t size = std::uint64_t{header_.s_nreloc} * sizeof(reloc);
-    if (size == 0 || file_->holds(std::int64_t{file_->image_start()} + header_.s_relptr, size))
+    if (size == 0 || (file_ && file_->holds(std::int64_t{file_->image_start()} + header_.s_relptr, size)))
         return true;
     UMSG.message(USER_MSG::ERROR, "%s: %u relocations of section %s at offset %u run past the end of the file",
-                 file_->label(), header_.s_nreloc, name(), header_.s_relptr);
+                 file_ ? file_->label() : "no file", header_.s_nreloc, name(), header_.s_relptr);
     return false;
 }
 
@@ -168,9 +168,24 @@ void COFF_SECTION::read_data_image(const char* path) {
 }
 
 bool COFF_SECTION::is_big_e() const {
-    if (!file_)
-        UMSG.die("COFF_SECTION::is_big_e", "%s: the section belongs to no file", name());
-    return file_->is_big_e();
+    return file_ && file_->is_big_e();
+}
+
+void COFF_SECTION::set_cfile(COFF_FILE* file) {
+    if (file_ && file_ != file)
+        leave_file();
+    file_ = file;
+}
+
+/// Takes along what still lies in the file, which may end before the section does. Its symbol stays.
+void COFF_SECTION::leave_file() {
+    if (file_->stream() && !written_) {
+        read_raw_data();
+        read_lnnos();
+    }
+    if (name_ != own_name_.c_str())
+        set_name(name_);
+    symndx_ = 0;
 }
 
 void COFF_SECTION::set_name(const char* name) {

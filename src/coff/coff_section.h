@@ -14,7 +14,7 @@
 
 class COFF_FILE;
 
-/// Made by its COFF_FILE, which owns it and must outlive it. Header fields are in host order; sizes and addresses in
+/// Made by its COFF_FILE, or added to it; the file then owns it. A file must outlive its sections. Header fields are in host order; sizes and addresses in
 /// address units unless said otherwise; file pointers in bytes from the start of the image.
 ///
 /// Contents and line numbers are read when first asked for. If the file does not hold them, the run ends.
@@ -81,6 +81,7 @@ public:
     virtual std::uint32_t write(const unsigned char* buffer, std::uint32_t size);
 
     virtual const char* name() const { return name_; }
+    /// The order of the file's object code; false without a file.
     virtual bool is_big_e() const;
     virtual bool is_bss() const { return (header_.s_flags & s_bss) != 0; }
     /// Wraps at 2^32; byte_size() does not.
@@ -125,7 +126,9 @@ public:
     virtual void set_scnptr(std::uint32_t pointer) { header_.s_scnptr = pointer; }
     virtual void set_relptr(std::uint32_t pointer) { header_.s_relptr = pointer; }
     virtual void set_lnnoptr(std::uint32_t pointer) { header_.s_lnnoptr = pointer; }
-    virtual void set_cfile(COFF_FILE* file) { file_ = file; }
+    /// Binds the section to a file, or to none; adding it is another matter. Contents, line numbers and name that still
+    /// lie in the file that it leaves come along.
+    virtual void set_cfile(COFF_FILE* file);
     /// Takes a copy.
     virtual void set_name(const char* name);
     /// Bits per address unit; the header's width byte follows when it is written.
@@ -149,7 +152,7 @@ public:
     /// The relocations (reloc*, in host order, the section's own) in the order of the file.
     virtual SLIST* get_reloc_list() { return &relocs_; }
 
-    /// Orders relocations by address, as a signed number; types do not matter.
+    /// Orders relocations (null ones first) by address, as a signed number; types do not matter.
     static int reloc_cmp(const void* a, const void* b);
 
     // The encodings of the stream on plain bytes; each gives the place behind what it took or put. Nothing checks where
@@ -176,7 +179,7 @@ public:
     }
     /// Whether there are contents, in memory or in the file.
     bool has_contents() const;
-    /// Whether the file holds the relocations that the header tells of; a message if not.
+    /// Whether the file holds the relocations that the header tells of; a message if not, or if there is no file.
     [[nodiscard]] bool relocs_in_file() const;
     /// Whether the file holds the contents, or line numbers, that are not in memory yet; nothing is said.
     [[nodiscard]] bool contents_in_file() const;
@@ -197,7 +200,13 @@ public:
     void dump_lines(std::FILE* out);
 
 private:
+    friend class COFF_FILE;
+
     void decode_relocs(std::uint32_t count);
+    void leave_file();
+    void require_writable() const;
+    void require_all_relocs() const;
+    void require_all_contents() const;
     void encode_name();
     std::uint32_t stream_end() const;
     std::uint32_t left(const char* where) const;
@@ -217,6 +226,7 @@ private:
     std::uint16_t scnum_ = 0;
     std::uint32_t symndx_ = 0;  ///< 0: not known
 
+    bool owned_ = false;  ///< by its file, which deletes it
     std::string own_name_;
     record_pool<reloc> reloc_pool_;
     std::uint32_t raw_size_ = 0;  ///< bytes of raw_data_, which a later change of width or flags does not change

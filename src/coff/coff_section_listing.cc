@@ -35,10 +35,6 @@ const char* symbol_name(COFF_FILE* file, std::uint32_t index) {
     return node ? static_cast<const COFF_SYMBOL*>(node->data)->name() : nullptr;
 }
 
-bool refers_to_symbol(const reloc& entry) {
-    return !is_field_reloc(entry.r_type) && !is_constant_reloc(entry.r_type) && entry.r_symndx != no_symbol;
-}
-
 void print_bytes(const unsigned char* contents, std::uint32_t size, std::FILE* out) {
     for (std::uint32_t line = 0; line < size; line += bytes_per_line) {
         std::fprintf(out, "    %08X ", line);
@@ -48,14 +44,14 @@ void print_bytes(const unsigned char* contents, std::uint32_t size, std::FILE* o
     }
 }
 
-/// The relocation at a place of a list; a place outside it ends the run.
+/// The relocation at a place of a list, emptied nodes not counted; a place outside it ends the run.
 const reloc& reloc_at(const SLIST& relocs, int index, const char* where) {
-    const SLIST::NODE* node = relocs.begin();
-    for (int k = 0; node && k < index; ++k)
-        node = relocs.next(node);
-    if (index < 0 || !node)
-        UMSG.die(where, "there is no relocation %d", index);
-    return *static_cast<const reloc*>(node->data);
+    int k = 0;
+    for (const reloc* entry : items<reloc>(relocs)) {
+        if (k++ == index)
+            return *entry;
+    }
+    UMSG.die(where, "there is no relocation %d", index);
 }
 
 void print_reloc(const reloc& entry, COFF_FILE* file, const char* type_name, std::FILE* out) {
@@ -68,7 +64,7 @@ void print_reloc(const reloc& entry, COFF_FILE* file, const char* type_name, std
     else if (const int bits = reloc_size(entry.r_type); bits != 0)
         std::fprintf(out, "  %d bits at bit %d of %d", bits, reloc_offset(entry.r_type),
                      reloc_stop(entry.r_type, bits));
-    if (refers_to_symbol(entry)) {
+    if (is_sym_reloc(entry.r_type, entry.r_symndx)) {
         const char* const name = symbol_name(file, entry.r_symndx);
         std::fprintf(out, "  symbol %u (%s)", entry.r_symndx, name ? printable(name).c_str() : "none");
     }
@@ -88,7 +84,7 @@ void print_reloc_xml(const reloc& entry, COFF_FILE* file, const char* type_name,
     else if (const int bits = reloc_size(entry.r_type); bits != 0)
         std::fprintf(out, " bit_offset=\"%d\" field_bits=\"%d\" container_bits=\"%d\"", reloc_offset(entry.r_type),
                      bits, reloc_stop(entry.r_type, bits));
-    if (refers_to_symbol(entry)) {
+    if (is_sym_reloc(entry.r_type, entry.r_symndx)) {
         std::fprintf(out, " symbol=\"%u\"", entry.r_symndx);
         if (const char* const name = symbol_name(file, entry.r_symndx))
             std::fprintf(out, " symbol_name=\"%s\"", xml_text(name).c_str());

@@ -15,6 +15,8 @@ bool follows_symbol(const reloc& entry) {
 }  // namespace
 
 int COFF_SECTION::reloc_cmp(const void* a, const void* b) {
+    if (!a || !b)
+        return a ? 1 : b ? -1 : 0;
     const auto address_a = static_cast<std::int32_t>(static_cast<const reloc*>(a)->r_vaddr);
     const auto address_b = static_cast<std::int32_t>(static_cast<const reloc*>(b)->r_vaddr);
     return address_a < address_b ? -1 : address_a > address_b ? 1 : 0;
@@ -31,10 +33,19 @@ SLIST::NODE* COFF_SECTION::find_reloc(std::uint32_t address, std::uint16_t type)
     reloc key{};
     key.r_vaddr = address;
     SLIST::NODE* node = relocs_.find_first(&key);
+    // An emptied node stops find_first(), although more at this address may stand in front of it.
+    for (SLIST::NODE* other = relocs_.prev(node); other; other = relocs_.prev(other)) {
+        if (other->data && static_cast<const reloc*>(other->data)->r_vaddr != address)
+            break;
+        if (other->data)
+            node = other;
+    }
     if (type == 0)
         return node;
     for (; node; node = relocs_.next(node)) {
         const auto* entry = static_cast<const reloc*>(node->data);
+        if (!entry)
+            continue;
         if (entry->r_vaddr != address)
             return nullptr;
         if (entry->r_type == type)

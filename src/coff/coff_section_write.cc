@@ -23,6 +23,28 @@ void COFF_SECTION::encode_name() {
         UMSG.die("COFF_SECTION::write_scn_hdr", "%s: the section belongs to no file", name());
 }
 
+/// Ends the run if the contents in memory, or the relocations, are not those that the header tells of.
+void COFF_SECTION::require_writable() const {
+    if (raw_data_ && !is_bss())
+        require_all_contents();
+    require_all_relocs();
+}
+
+void COFF_SECTION::require_all_contents() const {
+    if (byte_size() > raw_size_)
+        UMSG.die("COFF_SECTION::write_raw_data", "%s: %u bytes of contents, but a size of %llu bytes", name(),
+                 raw_size_, static_cast<unsigned long long>(byte_size()));
+}
+
+void COFF_SECTION::require_all_relocs() const {
+    std::uint32_t count = 0;
+    for ([[maybe_unused]] const reloc* entry : items<reloc>(relocs_))
+        ++count;
+    if (count != header_.s_nreloc)
+        UMSG.die("COFF_SECTION::write_relocs", "relocation entry count does not match section header (%d, %d)",
+                 static_cast<std::int32_t>(count), static_cast<std::int32_t>(header_.s_nreloc));
+}
+
 void COFF_SECTION::write_scn_hdr(std::FILE* fp) {
     header_.s_mwidth = width_ == default_width ? std::uint8_t{0} : static_cast<std::uint8_t>(width_);
     if (std::strncmp(name(), ".debug_", 7) == 0)
@@ -41,18 +63,14 @@ void COFF_SECTION::write_raw_data(std::FILE* fp) {
         UMSG.die("COFF_SECTION::write_raw_data",
                  "%s:  raw data pointer in section (0x%08x) doesn't match actual file offset (0x%08x)", name(),
                  header_.s_scnptr, static_cast<unsigned>(position));
-    if (byte_size() > raw_size_)
-        UMSG.die("COFF_SECTION::write_raw_data", "%s: %u bytes of contents, but a size of %u bytes", name(), raw_size_,
-                 size_in_bytes());
+    require_all_contents();
     std::fwrite(raw_data_.get(), 1, size_in_bytes(), fp);
     raw_data_.reset();
     raw_size_ = cursor_ = 0;
 }
 
 void COFF_SECTION::write_relocs(std::FILE* fp) {
-    if (relocs_.size() != header_.s_nreloc)
-        UMSG.die("COFF_SECTION::write_relocs", "relocation entry count does not match section header (%d, %d)",
-                 static_cast<std::int32_t>(relocs_.size()), static_cast<std::int32_t>(header_.s_nreloc));
+    require_all_relocs();
     for (const reloc* entry : items<reloc>(relocs_))
         std::fwrite(entry, sizeof *entry, 1, fp);
 }

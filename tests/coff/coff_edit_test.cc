@@ -225,6 +225,7 @@ TEST_P(CoffEditInBothOrders, AddingSections) {
 TEST_P(CoffEditInBothOrders, NamesAndWidthsInWrittenHeaders) {
     coff_image image{.order = GetParam()};
     image.sections = {{.name = "12345678", .mwidth = 8}, {.name = "123456789", .mwidth = 16}, {.name = ".debug_x"}};
+    image.symbols = {{.name = "s"}};
     coff_input input(image);
     written_file output;
     ASSERT_EQ(input.file.write(output.path.c_str()), 0);
@@ -238,11 +239,12 @@ TEST(CoffEdit, SectionSymbolFollowsItsSection) {
     coff_input input(full_image(byte_order::big));
     COFF_SECTION& text = input.section(1);
     ASSERT_EQ(text.symndx(), 2U);
-    text.set_name(".code");
+    text.set_name(".code_with_a_long_name");
     text.clear_relocs();
     input.file.symbol_table()->update_section_symbol(&text);
     const COFF_SYMBOL& symbol = input.symbol(2);
-    EXPECT_STREQ(symbol.name(), ".code");
+    written_file output;
+    EXPECT_EQ(names_of(output.write(input.file))[1], ".code_with_a_long_name");
     EXPECT_THAT((numbers{symbol.aux()->word(0), symbol.aux()->half(4), symbol.aux()->half(6)}), ElementsAre(32, 0, 3));
 }
 
@@ -259,6 +261,59 @@ TEST(CoffEdit, DeletedSymbolsLeaveHolesUntilPurge) {
     EXPECT_EQ(table.new_index(8), 6U);
     EXPECT_EQ(table.new_index(20), 18U);
     EXPECT_ENDS((void)table.new_index(6), "COFF_SYMBOL_TABLE::new_index");
+}
+
+// Found and deleted one after the other, in time that grows with their number only: 150,000 take a blink, or minutes.
+TEST(CoffEdit, ManySymbolsAreDeletedInOnePass) {
+    coff_input input(coff_image{.symbols = std::vector<coff_symbol>(150'000, {.name = "s"})});
+    COFF_SYMBOL_TABLE& table = *input.file.symbol_table();
+    for (std::uint32_t index = 0; index < 150'000; index += index == 70'000 ? 2 : 1)
+        table.delete_symbol(&input.symbol(index));
+    table.delete_symbol(nullptr);
+    EXPECT_EQ(table.n_syms(), 1U);
+    table.add_symbol(input.symbol(70'001).copy());
+    EXPECT_STREQ(input.symbol(150'000).name(), "s");
+    table.purge();
+    EXPECT_EQ(table.new_index(70'001), 0U);
+    EXPECT_EQ(input.symbol(1).coff_index(), 1U);
+    EXPECT_EQ(table.find_sym(70'001), nullptr);
+}
+
+// What is added belongs to its new file: it needs nothing of the old one any more, and gives it nothing.
+TEST(CoffEdit, WhatChangesHandsOutlivesItsOldFile) {
+    coff_input target(full_image(byte_order::little));
+    {
+        coff_input old(
+            coff_image{.target_id = 0x98,
+                       .sections = {{.name = "section_elsewhere", .contents = {7, 8}, .lines = {{3, 4}}}},
+                       .symbols = {{.name = "symbol_elsewhere", .type = 0x20, .aux = {aux_function(0, 8, 0, 2)}}}});
+        auto* const shared = new COFF_SYMBOL;
+        *shared = old.symbol(0);
+        for (COFF_SYMBOL* symbol : {old.symbol(0).copy(), shared}) {
+            target.file.symbol_table()->add_symbol(symbol);
+            EXPECT_EQ(symbol->symbol_table(), target.file.symbol_table());
+            EXPECT_NE(symbol->aux(), old.symbol(0).aux());
+        }
+        scnhdr header{};
+        header.s_scnptr = old.section(1).sh_scnptr();
+        header.s_lnnoptr = old.section(1).sh_lnnoptr();
+        header.s_size = header.s_nlnno = 1;
+        set_name_offset(header.s_name, 4 + sizeof "symbol_elsewhere");
+        auto* const section = new COFF_SECTION(&old.file);
+        section->init_section(&header);
+        EXPECT_EQ(section->symndx(), 2U);  // made in the old file
+        target.file.add_section(section);
+        EXPECT_ENDS(old.file.add_section(section), "section section_elsewhere belongs");
+        EXPECT_ENDS(target.file.add_section(&old.section(1)), "section section_elsewhere belongs");
+    }
+    EXPECT_EQ(target.section(5).symndx(), 25U);
+    written_file output;
+    COFF_FILE& written = output.write(target.file);
+    EXPECT_THAT(names_of(written),
+                testing::IsSupersetOf({"symbol_elsewhere", "symbol_elsewhere", "section_elsewhere"}));
+    COFF_SECTION& section = *written.get_section("section_elsewhere");
+    EXPECT_EQ(contents_of(section), (bytes{7, 8}));
+    EXPECT_EQ(section.lnno(0)->entry.l_addr, 3U);
 }
 
 // The first symbol of a run goes whatever its index of the first entry behind says.
@@ -298,6 +353,11 @@ TEST(CoffEdit, AfterAnErrorNothingIsExecutable) {
     EXPECT_EXIT(write_after_error(input.file, directory.file("out")), ExitedWithCode(77), "an error");
 }
 
+/// Writes in a process of its own and ends it with 77 if the result is -1.
+[[noreturn]] void fail_to_write(COFF_FILE& file, const std::string& path) {
+    std::_Exit(file.write(path.c_str()) == -1 ? 77 : 1);
+}
+
 [[noreturn]] void write_to_full_disk(COFF_SYMBOL& symbol) {
     std::FILE* const full = std::fopen("/dev/full", "wb");
     std::setbuf(full, nullptr);
@@ -308,9 +368,13 @@ TEST(CoffEdit, AfterAnErrorNothingIsExecutable) {
 TEST(CoffEdit, FailuresToWrite) {
     const temporary_directory directory;
     coff_input input(full_image(byte_order::little));
-    const std::string nowhere = directory.file("none/out");
-    EXPECT_EXIT(std::_Exit(input.file.write(nowhere.c_str()) == -1 ? 77 : 1), ExitedWithCode(77),
-                "Cannot open output file");
+    EXPECT_EXIT(fail_to_write(input.file, directory.file("none/out")), ExitedWithCode(77), "Cannot open output file");
+    // A small file shows it only when it is closed, a large one while its contents are written.
+    EXPECT_EXIT(fail_to_write(input.file, "/dev/full"), ExitedWithCode(77),
+                "Cannot write output file '/dev/full': No s");
+    coff_input large(coff_image{.sections = {{.contents = bytes(100'000)}, {.contents = bytes(10)}}});
+    EXPECT_EXIT(fail_to_write(large.file, "/dev/full"), ExitedWithCode(77),
+                "Cannot write output file '/dev/full': No s");
     EXPECT_ENDS(write_to_full_disk(input.symbol(0)), "failed to write symbol table");
     std::FILE* const elsewhere = std::tmpfile();
     EXPECT_ENDS(input.section(1).write_raw_data(elsewhere), "doesn't");
@@ -319,6 +383,30 @@ TEST(CoffEdit, FailuresToWrite) {
     std::fclose(elsewhere);
     COFF_SECTION foreign;
     EXPECT_ENDS(input.file.delete_section(&foreign), "COFF_FILE::delete_section");
+    EXPECT_ENDS(input.file.add_section(nullptr), "COFF_FILE::add_section");
+    EXPECT_ENDS((void)input.file.add_symbol(nullptr), "COFF_SYMBOL_TABLE::add_symbol");
+}
+
+// Refused before the output is opened.
+TEST(CoffEdit, WhatCouldNotBeReadBackIsNotWritten) {
+    const temporary_directory directory;
+    const std::string path = directory.write("out", std::string_view("as it was"));
+    const auto file_of = [](const coff_image& image) { return std::make_unique<coff_input>(image); };
+    const auto counted = full_image(byte_order::little);
+    const std::pair<std::unique_ptr<coff_input>, const char*> cases[] = {
+        {file_of({.opthdr = 20}), "COFF_FILE::write: an optional header of 20 bytes"},
+        {file_of({.sections = {{.name = "123456789"}}}), "COFF_FILE::write: the name of section 123456789"},
+        {file_of(counted), "COFF_SECTION::write_relocs"},
+        {file_of(counted), "COFF_SECTION::write_raw_data: .text: 64 bytes of contents"}};
+    cases[2].first->section(1).first_reloc()->set_data(nullptr);
+    ASSERT_NE(cases[3].first->section(1).raw_data(), nullptr);
+    cases[3].first->section(1).set_mwidth(32);
+    for (const auto& [input, text] : cases) {
+        EXPECT_ENDS((void)input->file.write(path.c_str()), text);
+        EXPECT_EQ(read_file(path), to_bytes("as it was"));
+    }
+    COFF_FILE empty(true);
+    EXPECT_ENDS((void)empty.write(path.c_str()), "COFF_FILE::write: the headers have not been read");
 }
 
 }  // namespace

@@ -102,6 +102,23 @@ TEST(CoffFile, OnlyHeadersWithCoffInit) {
     }
 }
 
+// The headers may be asked for one by one; a section whose header was not is an empty one.
+TEST(CoffFile, HeadersStepByStep) {
+    const memory_stream stream(coff_image{.sections = {{.name = "1st"}, {.name = "2nd"}, {.name = "3rd"}}}.data());
+    COFF_FILE file(stream.get(), true), none(true);
+    ASSERT_TRUE(file.read_file_hdr());
+    ASSERT_TRUE(file.read_section_hdr(2));
+    EXPECT_STREQ(file.get_section(std::int16_t{3})->name(), "1st");
+    EXPECT_EQ(file.find_icode_sect(), nullptr);
+    file.clear_relocs();
+    ASSERT_TRUE(file.read_section_hdr(1));
+    EXPECT_STREQ(file.get_section(std::int16_t{2})->name(), "2nd");
+    EXPECT_ENDS(file.read_section_hdr(3), "there is no section header 3");
+    EXPECT_ENDS(none.read_file_hdr(), "COFF_FILE::read_file_hdr: missing input file");
+    EXPECT_ENDS(none.read_section_hdr(0), "COFF_FILE::read_section_hdr: missing input file");
+    EXPECT_ENDS((void)none.read(static_cast<std::FILE*>(nullptr), false), "missing input file");
+}
+
 TEST(CoffFile, FlagsAndSwappersChangeInPlace) {
     coff_input input(two_sections());
     EXPECT_EQ(input.file.fh_add_flags(0x8003), 0x9103);

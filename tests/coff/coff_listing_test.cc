@@ -28,7 +28,8 @@ coff_image awkward_image() {
     image.sections[0].relocs = {{.vaddr = 0, .type = 17, .symndx = 0},
                                 {.vaddr = 1, .type = 0x400F, .descriptor = {{1, 2, 16, 0}}},
                                 {.vaddr = 1, .type = 0x4012, .symndx = 0x55},
-                                {.vaddr = 1, .type = 0x7777, .symndx = 4000}};
+                                {.vaddr = 1, .type = 0x7777, .symndx = 4000},
+                                {.vaddr = 7, .type = 0x4000, .symndx = 0}};
     image.sections[0].lines = {{0, 0}, {0, 9}};
     image.symbols = {{.name = "a_long\x01\xFF\\name", .type = 0x20, .aux = {aux_function(0, 2, 0, 9)}},
                      {.name = ".bf", .sclass = 101, .aux = {aux_bf(1, 1, 2, 3, 9)}},
@@ -43,7 +44,8 @@ TEST(CoffListing, TextNamesEverything) {
     const std::string all =
         "target 0x0099|entry point 0x00001234|Section 1 <&\">|aligned to 8 units|(TEXT)|DE AD|"
         "R_RELLONG  0x0011  32 bits at bit 0 of 32  symbol 0 (a_long\\x01\\xFF\\\\name)|2 bits at bit 1 of 16|"
-        "constant 0x00000055|symbol 4000 (none)|function 0 (a_long|line 9|contents are not in the file|"
+        "constant 0x00000055|symbol 4000 (none)\n|RE_ADD     0x4000\n|function 0 (a_long|line 9|contents are not in "
+        "the file|"
         "line numbers are not in the file|C_FCN|register_mask 2|file a<b.c|dimension_3 5|(undefined)|String table|";
     for (std::size_t from = 0, to; (to = all.find('|', from)) != std::string::npos; from = to + 1)
         EXPECT_THAT(text, HasSubstr(all.substr(from, to - from)));
@@ -68,14 +70,15 @@ TEST(CoffListing, SingleEntriesByNumber) {
                                      HasSubstr("dimension_3 5")));
     const std::string xml = listing([&](std::FILE* out) {
         section.dump_reloc_xml(0, out);
+        section.dump_reloc_xml(4, out);
         section.dump_linenos_xml(0, out);
         array.dump_aux_xml(&array, out);
     });
-    EXPECT_THAT(xml, testing::AllOf(HasSubstr("symbol_name=\"a_long\\x01\\xFF"), HasSubstr("function=\"0\""),
-                                    HasSubstr("dimension_3=\"5\"")));
+    EXPECT_THAT(xml, testing::AllOf(HasSubstr("symbol_name=\"a_long\\x01\\xFF"), HasSubstr("type_name=\"RE_ADD\"/>"),
+                                    HasSubstr("function=\"0\""), HasSubstr("dimension_3=\"5\"")));
     EXPECT_THAT(listing([&](std::FILE* out) { input.file.dump_xml(out); }), HasSubstr(xml.substr(0, xml.find('\n'))));
     EXPECT_STREQ(section.reloc_name(-1), "other");
-    EXPECT_ENDS(section.dump_reloc(4, stdout), "there is no relocation 4");
+    EXPECT_ENDS(section.dump_reloc(5, stdout), "there is no relocation 5");
     EXPECT_ENDS(section.dump_linenos(2, stdout), "COFF_SECTION::dump_linenos");
     EXPECT_ENDS(section.dump_reloc_xml(-1, stdout), "there is no relocation -1");
     EXPECT_ENDS(section.dump_linenos_xml(-1, stdout), "COFF_SECTION::dump_linenos_xml");

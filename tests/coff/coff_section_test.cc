@@ -126,6 +126,10 @@ TEST(CoffSection, FindsRelocationsByAddressAndType) {
     EXPECT_THAT((numbers{COFF_SECTION::reloc_cmp(low, high), COFF_SECTION::reloc_cmp(high, low),
                          COFF_SECTION::reloc_cmp(low, low)}),
                 ElementsAre(-1, 1, 0));
+    section.find_reloc(8, 6)->set_data(nullptr);
+    section.first_reloc()->set_data(nullptr);
+    EXPECT_THAT((numbers{place(8, 0), place(8, 6), place(8, 5), place(4, 0), place(12, 6)}),
+                ElementsAre(3, 0, 3, 2, 6));
 }
 
 // Two functions: lines of `first` begin at entry 0, those of `second` at entry 3.
@@ -191,7 +195,11 @@ TEST(CoffSection, WithoutAFile) {
     EXPECT_EQ(section.wordsz(), 8);
     EXPECT_STREQ(section.name(), "");
     EXPECT_ENDS(section.read_scn(), "COFF_SECTION::read_scn: missing input file");
-    EXPECT_ENDS((void)section.is_big_e(), "COFF_SECTION::is_big_e");
+    EXPECT_FALSE(section.is_big_e());
+    scnhdr header{};
+    header.s_nreloc = 1;
+    section.init_section(&header);
+    EXPECT_EXIT(std::_Exit(section.relocs_in_file() ? 1 : 77), testing::ExitedWithCode(77), "no file: 1 relocations");
 }
 
 }  // namespace
