@@ -54,7 +54,7 @@ module_bytes repaired(const velm_module& module) {
     repair(copy, sizeof(velm_filehdr), velm_strtab_offset - 4, velm_strtab_offset - 4);
     repair(copy, 0, sizeof(velm_filehdr) - 4, sizeof(velm_filehdr) - 4);
     for (const section_place& section : module.sections)
-        for (const packet_place& packet : section.packets)
+        for (const packet_place& packet : module.packets(section))
             repair(copy, packet.offset, packet.end(), packet.offset + 8);
     return copy;
 }

@@ -143,12 +143,13 @@ void check_symbols(const velm_module& module, check_report& report) {
 
 std::vector<finding> check_module(const velm_module& module) {
     check_report report;
-    report.findings = module.raw.findings;
     if (!module.has_header) {
-        report.error(module.size(), "no module: %llu bytes are less than a header",
-                     static_cast<unsigned long long>(module.size()));
-        return report.findings;
+        report.error(0, "not a VELM module: %s", module.raw.why_no_module.c_str());
+        return std::move(report).sorted(module.raw);
     }
+    if (const auto& deviation = module.raw.deviation)
+        report.error(deviation->word * 4, "column %zu: not in the text form of a module from here on",
+                     deviation->column);
     check_header(module, report);
     check_sum(module, velm_strtab_offset, module.header.strtab_size & ~3U, module.verify.strtab_checksum, 44,
               "string table", report);
@@ -161,7 +162,7 @@ std::vector<finding> check_module(const velm_module& module) {
     check_symbols(module, report);
     check_strings(module, report);
     check_packets(module, report);
-    return report.findings;
+    return std::move(report).sorted(module.raw);
 }
 
 bool has_errors(const std::vector<finding>& findings) {

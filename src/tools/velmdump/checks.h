@@ -4,9 +4,10 @@
 
 #include <vector>
 
+#include "tools/velmdump/check_report.h"
 #include "tools/velmdump/velm_module.h"
 
-/// Every finding, in the order of the checks. Errors: no converter wrote this. Warnings: legal, but a loader or its
+/// Every finding, in the order of the file. Errors: no converter wrote this. Warnings: legal, but a loader or its
 /// user may be in for a surprise.
 std::vector<finding> check_module(const velm_module& module);
 

@@ -47,7 +47,7 @@ std::string target_of(const velm_module& module, const reloc_record& rec) {
 std::vector<placed_reloc> relocs_of(const velm_module& module, const section_place& section) {
     std::vector<placed_reloc> relocs;
     std::uint64_t start = 0;
-    for (const packet_place& packet : section.packets) {
+    for (const packet_place& packet : module.packets(section)) {
         for (std::uint32_t i = 0; i < packet.header.nreloc; ++i) {
             const reloc_record rec = module.reloc(packet, i);
             const auto offset = AUtobyte(static_cast<std::int32_t>(rec.r_vaddr), section.width);

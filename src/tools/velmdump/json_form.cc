@@ -64,7 +64,7 @@ json section_object(const velm_module& module, const section_place& section) {
                        {"width", section.width},
                        {"first_packet", h.first_packet}});
     object["packets"] = json::array();
-    for (const packet_place& packet : section.packets) {
+    for (const packet_place& packet : module.packets(section)) {
         json relocs = json::array();
         for (std::uint32_t i = 0; i < packet.header.nreloc; ++i)
             relocs.push_back(reloc_object(module.reloc(packet, i)));

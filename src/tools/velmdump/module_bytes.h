@@ -4,31 +4,43 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
-/// One thing that is wrong, or odd, with a module.
-struct finding {
-    bool error;            ///< else a warning
-    std::uint64_t offset;  ///< in the file, bytes
-    std::string text;
+/// The first place where a text is not what the converter writes.
+struct text_deviation {
+    std::size_t word;    ///< the word there, counted from 0
+    std::size_t line;    ///< from 1
+    std::size_t column;  ///< from 1
+};
+
+/// Words from `first_word` on, one a line; until the next stretch begins.
+struct line_stretch {
+    std::size_t first_word;
+    std::size_t line;
 };
 
 /// The bytes of a module in the binary form. In the text form a word has no byte order: the one of the writer is
 /// guessed from the reserved half-word of the header.
 struct module_bytes {
     std::vector<unsigned char> bytes;
+    std::string why_no_module;  ///< why this is no VELM module, a clause; empty when it is one, sound or not
     bool big_endian = false;
     bool text_form = false;
-    std::vector<finding> findings;  ///< deviations from the text form, at offsets in the text
+    std::optional<text_deviation> deviation;
+    std::vector<line_stretch> lines;  ///< of the text form
 
     [[nodiscard]] std::uint32_t word(std::size_t offset) const;
     [[nodiscard]] std::uint16_t half(std::size_t offset) const;
     /// Sum of the 32-bit words in [offset, offset + size), `size` a multiple of 4.
     [[nodiscard]] std::uint32_t sum(std::size_t offset, std::size_t size) const;
+    /// The line of the text on which the word at `offset` stands; 0 in the binary form.
+    [[nodiscard]] std::size_t line_of(std::uint64_t offset) const;
 };
 
-/// Takes the contents of a file, in either form.
+/// Takes the contents of a file. What is in the header tells the form, and whether this is a module at all: the
+/// byte-order word in its place, or a header or verification record whose checksum is right.
 module_bytes decode_module(std::vector<unsigned char> contents);
 
 #endif

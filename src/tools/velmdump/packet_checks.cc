@@ -63,9 +63,9 @@ void check_packet(const velm_module& module, const packet_place& packet, bool la
 }
 
 void check_section_size(const section_place& section, check_report& report) {
-    if (section.packets.size() != section.header.npackets) {
-        report.error(section.offset + 24, "%u packets, but only %zu lie where they belong", section.header.npackets,
-                     section.packets.size());
+    if (section.packets_in_file != section.header.npackets) {
+        report.error(section.offset + 24, "%u packets, but only %u lie where they belong", section.header.npackets,
+                     section.packets_in_file);
     } else if (section.contents_size !=
                std::uint64_t{section.header.size} * (static_cast<unsigned>(section.width) / 8U)) {
         report.error(section.offset + 12, "packets of %llu bytes do not add up to a size of %u units",
@@ -87,8 +87,9 @@ void check_packets(const velm_module& module, check_report& report) {
             report.error(section.offset + 20, "first packet at 0x%X, but it belongs at 0x%llX",
                          section.header.first_packet, static_cast<unsigned long long>(expected));
         order_watch watch;
-        for (const packet_place& packet : section.packets) {
-            check_packet(module, packet, &packet == &section.packets.back(), report);
+        std::uint32_t number = 0;
+        for (const packet_place& packet : module.packets(section)) {
+            check_packet(module, packet, ++number == section.packets_in_file, report);
             check_relocs(module, section, packet, watch, report);
             watch.packet_start += packet.header.data_size;
             expected = packet.end();

@@ -108,12 +108,12 @@ void show_reloc(const velm_module& module, const reloc_record& rec, std::FILE* o
 
 void show_packets(const velm_module& module, bool relocs, std::FILE* out) {
     for (const section_place& section : module.sections) {
-        if (section.packets.empty())
+        if (section.packets_in_file == 0)
             continue;
         std::fprintf(out, "Packets of %s\n", printable(module.name(section)).c_str());
         unsigned long long start = 0;  // bytes from the start of the section
         unsigned number = 0;
-        for (const packet_place& packet : section.packets) {
+        for (const packet_place& packet : module.packets(section)) {
             const unsigned long long end = start + packet.header.data_size;
             std::fprintf(out, "  packet %u at file offset 0x%llX: section bytes 0x%llX to 0x%llX, %u relocations\n",
                          number++, static_cast<unsigned long long>(packet.offset), start, end, packet.header.nreloc);

@@ -80,7 +80,7 @@ public:
         for (const section_place& section : module.sections)
             largest = std::max(largest, bytes_of(section));
         for (const section_place& section : module.sections) {
-            for (const packet_place& packet : section.packets)
+            for (const packet_place& packet : module_.packets(section))
                 densest_ = std::max(densest_, density_of(packet));
         }
         scale_ = (picture_width - label_width - right_margin) / static_cast<double>(largest);
@@ -209,7 +209,7 @@ private:
 
     /// The whole section; dashed where it has no contents in the module.
     void draw_band(const section_place& section, double y) {
-        const bool empty = section.packets.empty();
+        const bool empty = section.packets_in_file == 0;
         std::fprintf(out_,
                      "<rect x=\"%.2f\" y=\"%.1f\" width=\"%.2f\" height=\"%.1f\" fill=\"%s\" fill-opacity=\"%s\" "
                      "stroke=\"%s\"%s><title>%s: %s</title></rect>\n",
@@ -221,7 +221,8 @@ private:
 
     void draw_packets(const section_place& section, double y) {
         std::uint64_t start = 0;
-        for (const packet_place& packet : section.packets) {
+        unsigned number = 0;
+        for (const packet_place& packet : module_.packets(section)) {
             const std::uint64_t end = start + packet.header.data_size;
             const double x = x_of(start);
             const double width = std::max(0.4, x_of(end) - x);
@@ -233,9 +234,8 @@ private:
                          "fill-opacity=\"%.2f\"/></g>\n",
                          static_cast<unsigned long long>(packet.offset), static_cast<unsigned long long>(start),
                          static_cast<unsigned long long>(end), packet.header.nreloc, x, y, width, band_height,
-                         colour_of(section), (&packet - section.packets.data()) % 2 == 0 ? "0.55" : "0.8", x,
-                         y + band_height + 1, width, strip_height,
-                         packet.header.nreloc == 0 ? 0.0 : 0.1 + 0.9 * std::sqrt(share));
+                         colour_of(section), number++ % 2 == 0 ? "0.55" : "0.8", x, y + band_height + 1, width,
+                         strip_height, packet.header.nreloc == 0 ? 0.0 : 0.1 + 0.9 * std::sqrt(share));
             start = end;
         }
     }

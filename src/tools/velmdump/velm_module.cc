@@ -24,8 +24,34 @@ int target_width(std::uint16_t target_id) {
     }
 }
 
+namespace {
+
+packet_place packet_at(const module_bytes& raw, std::uint64_t offset) {
+    return {offset, {raw.word(offset), raw.word(offset + 4), raw.word(offset + 8)}};
+}
+
+}  // namespace
+
+packet_range::iterator::iterator(const module_bytes& raw, std::uint64_t offset, std::uint32_t left)
+    : raw_(&raw), left_(left) {
+    if (left_ != 0)
+        packet_ = packet_at(raw, offset);
+}
+
+packet_range::iterator& packet_range::iterator::operator++() {
+    if (--left_ != 0)
+        packet_ = packet_at(*raw_, packet_.end());
+    return *this;
+}
+
+packet_range::iterator packet_range::iterator::operator++(int) {
+    const iterator before = *this;
+    ++*this;
+    return before;
+}
+
 velm_module::velm_module(module_bytes bytes) : raw(std::move(bytes)) {
-    if (!fits(0, velm_strtab_offset))
+    if (!raw.why_no_module.empty())
         return;
     has_header = true;
     read_header();
@@ -46,7 +72,7 @@ void velm_module::read_sections() {
     for (unsigned i = 0; i < header.nscns && fits(at, sizeof(velm_scnhdr_record)); ++i) {
         const velm_scnhdr_record record = {raw.word(at),      raw.word(at + 4),  raw.word(at + 8),  raw.word(at + 12),
                                            raw.half(at + 16), raw.half(at + 18), raw.word(at + 20), raw.word(at + 24)};
-        sections.push_back({at, record, {}, 0, 0, 0});
+        sections.push_back({at, record});
         at += sizeof record;
     }
 }
@@ -69,10 +95,10 @@ void velm_module::read_packets() {
         if (at < packets_end)
             at = size();
         for (std::uint32_t i = 0; i < section.header.npackets && fits(at, sizeof(velm_packet_header)); ++i) {
-            const packet_place packet = {at, {raw.word(at), raw.word(at + 4), raw.word(at + 8)}};
+            const packet_place packet = packet_at(raw, at);
             if (packet.end() > size())
                 break;
-            section.packets.push_back(packet);
+            ++section.packets_in_file;
             section.contents_size += packet.header.data_size;
             section.nreloc += packet.header.nreloc;
             packets_end = at = packet.end();
@@ -114,7 +140,7 @@ reloc_record velm_module::reloc(const packet_place& packet, std::uint32_t i) con
 std::vector<unsigned char> velm_module::contents(const section_place& section) const {
     std::vector<unsigned char> bytes;
     bytes.reserve(section.contents_size);
-    for (const packet_place& packet : section.packets) {
+    for (const packet_place& packet : packets(section)) {
         const auto start = raw.bytes.begin() + static_cast<std::ptrdiff_t>(packet.data());
         bytes.insert(bytes.end(), start, start + packet.header.data_size);
     }

@@ -2,7 +2,9 @@
 #ifndef MODFORGE_TOOLS_VELMDUMP_VELM_MODULE_H
 #define MODFORGE_TOOLS_VELMDUMP_VELM_MODULE_H
 
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <string_view>
 #include <vector>
 
@@ -23,13 +25,49 @@ struct packet_place {
     [[nodiscard]] std::uint64_t end() const { return relocs() + sizeof(reloc_record) * std::uint64_t{header.nreloc}; }
 };
 
+/// Packets one behind the other, read when they are looked at: a file can hold more of them than memory should.
+class packet_range {
+public:
+    class iterator {
+    public:
+        using value_type = packet_place;
+        using difference_type = std::ptrdiff_t;
+
+        iterator() = default;
+        iterator(const module_bytes& raw, std::uint64_t offset, std::uint32_t left);
+        const packet_place& operator*() const { return packet_; }
+        const packet_place* operator->() const { return &packet_; }
+        iterator& operator++();
+        iterator operator++(int);
+        bool operator==(std::default_sentinel_t /*end*/) const { return left_ == 0; }
+        bool operator==(const iterator& other) const { return left_ == other.left_; }
+
+    private:
+        const module_bytes* raw_ = nullptr;
+        packet_place packet_{};
+        std::uint32_t left_ = 0;  ///< packets from this one on
+    };
+
+    packet_range(const module_bytes& raw, std::uint64_t offset, std::uint32_t count)
+        : raw_(raw), offset_(offset), count_(count) {}
+    [[nodiscard]] iterator begin() const { return {raw_, offset_, count_}; }
+    [[nodiscard]] static std::default_sentinel_t end() { return {}; }
+    [[nodiscard]] std::uint32_t size() const { return count_; }
+    [[nodiscard]] bool empty() const { return count_ == 0; }
+
+private:
+    const module_bytes& raw_;
+    std::uint64_t offset_;
+    std::uint32_t count_;
+};
+
 struct section_place {
     std::uint64_t offset;  ///< of its header
     velm_scnhdr_record header;
-    std::vector<packet_place> packets;  ///< as many as lie in the file
-    int width;                          ///< bits of an address unit, from the contents; else the target's; else 8
-    std::uint64_t contents_size;        ///< bytes in the packets
-    std::uint64_t nreloc;
+    std::uint32_t packets_in_file = 0;  ///< as many of its packets as lie in the file; velm_module::packets gives them
+    int width = 8;                      ///< bits of an address unit, from the contents; else the target's; else 8
+    std::uint64_t contents_size = 0;    ///< bytes in the packets
+    std::uint64_t nreloc = 0;
 };
 
 class velm_module {
@@ -37,7 +75,7 @@ public:
     explicit velm_module(module_bytes bytes);
 
     module_bytes raw;
-    bool has_header = false;  ///< the file holds header and verification record
+    bool has_header = false;  ///< the file is a module: it holds header and verification record
     velm_filehdr header{};
     velm_verifyrec verify{};
     std::uint64_t strtab_size = 0;  ///< as much of it as the file holds
@@ -61,6 +99,10 @@ public:
     }
     /// The symbol's name; empty for a nameless one.
     [[nodiscard]] std::string_view name(const velm_symbol_record& symbol) const { return string(symbol.name_offset); }
+    /// The packets of a section; valid as long as the module stays where it is.
+    [[nodiscard]] packet_range packets(const section_place& section) const {
+        return {raw, section.header.first_packet, section.packets_in_file};
+    }
     /// Relocation `i` of a packet.
     [[nodiscard]] reloc_record reloc(const packet_place& packet, std::uint32_t i) const;
     /// The contents of a section, put together.
