@@ -415,13 +415,23 @@ typedef struct load {
     velm_placement* placements;
 } load;
 
+/* Most symbols are linked where their section runs; those that tell where to copy it from, where it is loaded. */
+static uint32_t shift_of(const load* l, const velm_symbol* s) {
+    const velm_placement* where = &l->placements[s->section - 1];
+    const uint32_t header = l->module->sections_at + section_bytes * (uint32_t)(s->section - 1);
+    const uint32_t units = word_at(l->module, header + 12);
+    const int runs_there = s->linked - word_at(l->module, header + 4) <= units;
+    const int is_loaded_there = s->linked - word_at(l->module, header + 8) <= units;
+    return is_loaded_there && !runs_there ? where->load_shift : where->run_shift;
+}
+
 /* The value of a symbol now that its section has a place. */
 static velm_status settle_symbol(const load* l, velm_symbol* s) {
     if (s->kind == VELM_IMPORTED) {
         if (l->target->resolve(l->target->self, s, &s->value) != 0)
             return fail(l->module, s->record, VELM_UNRESOLVED);
     } else if (s->section > 0) {
-        s->value += l->placements[s->section - 1].shift;
+        s->value += shift_of(l, s);
     }
     return VELM_OK;
 }
@@ -448,8 +458,9 @@ static velm_status place_section(const load* l, const velm_section* s, velm_plac
         return fail(l->module, s->record, VELM_NOT_PLACED);
     where->wanted = answer > 0 && s->packet_count != 0;
     /* The symbols of a section whose linked address is not in the module cannot follow it. */
-    where->shift = has_address ? where->run - s->run : 0;
-    if (where->shift != 0 && s->units != 0 && (l->module->file_flags & file_relocations_stripped) != 0)
+    where->run_shift = has_address ? where->run - s->run : 0;
+    where->load_shift = has_address ? where->load - s->load : 0;
+    if (where->run_shift != 0 && s->units != 0 && (l->module->file_flags & file_relocations_stripped) != 0)
         return fail(l->module, s->record, VELM_NOT_MOVABLE);
     return VELM_OK;
 }

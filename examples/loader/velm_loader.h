@@ -111,10 +111,12 @@ typedef struct velm_symbol {
 
 /* Where a section goes. The array is the caller's, one element for each section, section n at [n - 1]. */
 typedef struct velm_placement {
-    uint32_t run;   /* address when the program runs, address units; as linked until place() changes it */
-    uint32_t load;  /* address for the contents, address units; likewise */
-    uint32_t shift; /* set by velm_load(): what is to be added to symbols of this section, modulo 2^32 */
-    int wanted;     /* set by velm_load(): place() asked for contents and relocations */
+    uint32_t run;  /* address when the program runs, address units; as linked until place() changes it */
+    uint32_t load; /* address for the contents, address units; likewise */
+    /* Set by velm_load(): */
+    uint32_t run_shift;  /* what is to be added to symbols of this section, modulo 2^32 */
+    uint32_t load_shift; /* and to those whose linked value lies where the section is loaded, not where it runs */
+    int wanted;          /* place() asked for contents and relocations */
 } velm_placement;
 
 /* What the symbol word of a relocation is. */

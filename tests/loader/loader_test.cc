@@ -85,7 +85,7 @@ private:
     static int place(void* pointer, const velm_section* s, velm_placement* where) {
         if (s->kind == VELM_LOADED || s->kind == VELM_RESERVED) {
             where->run += self(pointer).move(*s);
-            where->load += self(pointer).move(*s);
+            where->load += 3 * self(pointer).move(*s);
         }
         self(pointer).memory[s->name].resize(s->bytes);
         return self(pointer).refuse == "place" ? -1 : self(pointer).refuse == "contents" ? 0 : 1;
@@ -176,6 +176,9 @@ public:
                    ? distance(s.name)
                    : 0;
     }
+    static bool within(std::uint32_t value, std::uint32_t start, std::uint32_t size) {
+        return value >= start && value <= start + size;
+    }
     static std::uint32_t distance(const std::string& section) {
         return 0x10000 + 0x40 * static_cast<std::uint32_t>(std::hash<std::string>{}(section) % 1000);
     }
@@ -224,11 +227,14 @@ private:
         }
     }
 
-    /// In this order: a section that the module has; then what it has not is an import if it has a name there.
+    /// A symbol goes where its section runs, unless only its load address explains the value. Without a section in the
+    /// module it is an import, if it has a name there.
     [[nodiscard]] std::uint32_t new_value(const reference::symbol& s) const {
         const reference::section* home = linked_.section_of(s);
         if (home != nullptr && loaded_.memory.contains(home->name))
-            return s.value + shift(*home);
+            return s.value +
+                   shift(*home) *
+                       (within(s.value, home->paddr, home->size) || !within(s.value, home->vaddr, home->size) ? 1 : 3);
         return moved_ && s.scnum >= 0 && s.sclass != 3 ? import_address : s.value;
     }
 
