@@ -65,7 +65,6 @@ void COFF_SYMBOL::load(COFF_FILE* file, std::uint32_t index, const unsigned char
 }
 
 void COFF_SYMBOL::take_name(symbol_storage* storage) {
-    own_name_.reset();
     if (name_is_offset(entry_.n_name)) {
         name_ = file_->long_name(name_offset(entry_.n_name));
     } else if (storage) {

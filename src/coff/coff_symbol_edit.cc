@@ -65,8 +65,6 @@ void COFF_SYMBOL_TABLE::purge() {
         next_index_ += symbol->has_aux() ? 2 : 1;
     }
     file_->fh_set_nsyms(next_index_);
-    symbols_.clear_sorted_table();  // the numbers it was sorted by are gone
-    note_nodes();
 }
 
 /// Deletes the symbol in a node and those behind it that its "first entry after" index leaves inside. Gives the node
