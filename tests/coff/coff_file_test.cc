@@ -69,6 +69,7 @@ TEST(CoffFile, SectionsByNumberAndName) {
     coff_image image = two_sections();
     image.sections.push_back({.name = ".debug_line"});
     image.sections.push_back({.name = ".text"});
+    image.symbols = {{.name = "f", .type = 0x20}};
     const memory_stream stream(image.data());
     COFF_FILE file(true);
     ASSERT_EQ(file.read(stream.get(), false), 0);
@@ -82,6 +83,7 @@ TEST(CoffFile, SectionsByNumberAndName) {
     std::rewind(stream.get());
     ASSERT_EQ(file.read(stream.get(), false), 0);
     EXPECT_EQ(file.get_section(std::int16_t{1})->scnum(), 5);
+    EXPECT_EQ(file.symbol_table()->functions().size(), 2U);
 }
 
 // coff_init() reads headers only; cut ones make it and every other way to read them fail without ending the run.

@@ -91,12 +91,36 @@ TEST(CoffSection, WhatTheFileDoesNotHoldIsMissedWhenAskedFor) {
     EXPECT_EQ(input.section(1).sh_nlnno() + input.section(1).sh_lnnoptr(), 0U);
 }
 
+// Read again, a section is as in the file: nothing stays that was changed, nothing is there twice.
+TEST(CoffSection, IsReadAnew) {
+    coff_image image{.sections = {{.contents = {1, 2}, .relocs = std::vector<coff_reloc>(70'000), .lines = {{3, 4}}}}};
+    image.sections[0].relocs.back().vaddr = 77;
+    coff_input input(image);
+    COFF_SECTION& section = input.section(1);
+    section.UINT8_write(9);
+    const_cast<lineno_slot*>(section.lnno(0))->entry.l_lnno = 9;
+    static_cast<reloc*>(section.first_reloc()->data)->r_vaddr = 9;
+    ASSERT_TRUE(section.read_scn());
+    EXPECT_EQ(section.tell(), 0U);
+    EXPECT_EQ(contents_of(section), (bytes{1, 2}));
+    EXPECT_EQ(section.lnno(0)->entry.l_lnno, 4);
+    EXPECT_EQ(section.sh_nreloc(), 70'000U);
+    EXPECT_THAT((numbers{relocs_of(section)[0], relocs_of(section)[4 * 69'999]}), ElementsAre(0, 77));
+}
+
 TEST(CoffSection, AllocatedContentsReplaceEverything) {
     coff_image image{.target_id = 0x98,
                      .sections = {{.contents = bytes(8), .relocs = {{.type = 17}}, .lines = {{1, 2}}}}};
     coff_input input(image);
     COFF_SECTION& section = input.section(1);
+    ASSERT_NE(section.lnno(0), nullptr);
+    section.set_lnnoptr(0x7000000);
+    EXPECT_TRUE(section.lnnos_in_file());  // or in memory
+    section.seek(8);
     section.alloc_raw_data(12);
+    section.set_scnptr(0x7000000);
+    EXPECT_TRUE(section.contents_in_file());
+    EXPECT_EQ(section.tell(), 0U);
     EXPECT_THAT(header_of(section), ElementsAre(1, 16, 0, 0, 6, 0, 0, 0x20, 0));
     EXPECT_EQ(section.first_reloc(), nullptr);
     EXPECT_EQ(contents_of(section), bytes(12));
@@ -135,13 +159,13 @@ TEST(CoffSection, FindsRelocationsByAddressAndType) {
 // Two functions: lines of `first` begin at entry 0, those of `second` at entry 3.
 coff_image with_lines() {
     coff_image image;
-    image.sections = {{.paddr = 0x100, .contents = bytes(32)}};
-    image.sections[0].lines = {{1, 0}, {0x104, 2}, {0x108, 3}, {7, 0}, {0x110, 1}, {0x118, 5}};
+    image.sections = {{.paddr = 0x101, .contents = bytes(32)}};
+    image.sections[0].lines = {{0x1000, 0}, {0x104, 2}, {0x108, 3}, {7, 0}, {0x110, 1}, {0x118, 5}};
     image.symbols = {{.name = "a.c", .sclass = 103, .aux = {aux_file("a.c")}},
                      {.name = "first", .value = 0x100, .type = 0x20, .aux = {aux_function(0, 16, 0, 6)}},
                      {.name = ".bf", .value = 0x100, .sclass = 101, .aux = {aux_bf(40, 2, 0x11223344, 24, 6)}},
                      {.name = "between", .value = 0},
-                     {.name = "second", .value = 0x110, .type = 0x20, .aux = {aux_function(0, 16, 3, 11)}},
+                     {.name = "second", .value = 0x110, .type = 0x20, .aux = {aux_function(0, 18, 3, 11)}},
                      {.name = ".bf", .value = 0x10C, .sclass = 101, .aux = {aux_bf(70, 200, 0, 0, 11)}}};
     return image;
 }
@@ -153,37 +177,40 @@ TEST_P(CoffSectionInBothOrders, LinesOfAFunctionAreItsCountAndOneMore) {
     SLIST list;
     input.symbol(2).func_lnnos(&list);
     input.symbol(7).func_lnnos(&list);
+    input.section(1).lnno_list(&list, input.section(1).sh_lnnoptr() - 6, 1);  // of no function: nothing
     numbers lines;
     for (const lineno_slot* slot : items<lineno_slot>(list))
         lines.insert(lines.end(), {slot->entry.l_addr, slot->entry.l_lnno});
     // The 200 of the second one are clipped.
-    EXPECT_THAT(lines, ElementsAre(1, 0, 0x104, 2, 0x108, 3, 7, 0, 0x110, 1, 0x118, 5));
+    EXPECT_THAT(lines, ElementsAre(0x1000, 0, 0x104, 2, 0x108, 3, 7, 0, 0x110, 1, 0x118, 5));
     EXPECT_EQ(input.section(1).lnno(6), nullptr);
 }
 
 TEST(CoffSection, SourcePositionOfAnAddress) {
     coff_input input(with_lines());
     COFF_DEBUG debug(&input.file);
-    const std::pair<std::uint32_t, std::uint32_t> lines[] = {
-        {0x104, 41}, {0x107, 41}, {0x108, 42}, {0x110, 70}, {0x11F, 74}};
+    const std::pair<std::uint32_t, std::uint32_t> lines[] = {{0x101, 39}, {0x104, 41}, {0x107, 41},
+                                                             {0x108, 42}, {0x110, 70}, {0x11F, 74}};
     for (const auto& [address, line] : lines) {
         const std::unique_ptr<PSN> position(debug.get_source_psn(address));
         ASSERT_NE(position, nullptr) << address;
         EXPECT_STREQ(position->file_name, "a.c");
         EXPECT_EQ(position->line, line) << address;
     }
-    EXPECT_EQ(debug.get_source_psn(0xFF), nullptr);
-    EXPECT_EQ(debug.get_source_psn(0x120), nullptr);
+    EXPECT_EQ(debug.get_source_psn(0x100), nullptr);  // in a function, but not in the section
+    EXPECT_EQ(debug.get_source_psn(0x121), nullptr);
 }
 
 TEST(CoffSection, SymbolOfASectionIsFoundOrMade) {
-    coff_image image{.sections = {{.name = ".text", .contents = bytes(8)}, {.name = ".data", .vaddr = 64, .size = 0}}};
+    coff_image image{.sections = {{.name = ".text", .paddr = 1, .vaddr = 0, .contents = bytes(8)},
+                                  {.name = ".data", .vaddr = 64, .size = 0}}};
     image.symbols = {{.name = "static", .value = 64, .scnum = 2, .sclass = 3, .type = 4},
                      {.name = ".text", .value = 8, .scnum = 1, .sclass = 3},
                      {.name = ".text", .value = 0, .scnum = 1, .sclass = 3, .aux = {aux_section(8, 0, 0)}}};
     coff_input input(image);
     EXPECT_EQ(input.section(1).symndx(), 2U);
     EXPECT_EQ(input.section(2).symndx(), 4U);
+    input.section(2).set_scnum(9);  // known by now, it is not looked for
     EXPECT_EQ(input.section(2).symndx(), 4U);
     EXPECT_EQ(input.file.fh_nsyms(), 6U);
     EXPECT_STREQ(input.symbol(4).name(), ".data");

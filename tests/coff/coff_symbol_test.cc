@@ -67,7 +67,7 @@ coff_image many_forms() {
                      {.name = ".eos", .sclass = 102, .aux = {aux_end_of_tag(3, 12)}},                        // 6
                      {.name = "table", .type = 0x34, .aux = {aux_array(0, 48, {3, 4, 5, 6})}},               // 8
                      {.name = "main", .value = 0x140, .type = 0x20, .aux = {aux_function(0, 0x20, 0, 19)}},  // 10
-                     {.name = ".bf", .value = 0x121, .sclass = 101, .aux = {aux_bf(12, 5, 0xF0, 64, 18)}},   // 12
+                     {.name = ".bf", .value = 0x121, .sclass = 101, .aux = {aux_bf(12, 5, 0xF0, 64, 16)}},   // 12
                      {.name = ".bb", .value = 0x150, .sclass = 100, .aux = {aux_block(13, 16)}},             // 14
                      {.name = "end", .value = 0x160}};                                                       // 16
     return image;
@@ -88,7 +88,7 @@ TEST(CoffSymbol, AccessorsOfTheForms) {
     EXPECT_THAT((numbers{main.func_lnno(), main.func_lcnt(), main.func_regmask(), main.func_framesize()}),
                 ElementsAre(12, 5, 0xF0, 64));
     EXPECT_EQ(main.func_size(), 0x20U);
-    EXPECT_EQ(main.func_skip(), nullptr);
+    EXPECT_EQ(main.func_skip()->data, &input.symbol(16));
     EXPECT_EQ(input.symbol(14).block_skip()->data, &input.symbol(16));
     // Without an auxiliary entry there is nothing to tell.
     EXPECT_EQ(member.sym_tag_index() + member.func_lnnoptr() + member.array_dim(0), 0U);
@@ -187,6 +187,9 @@ TEST(CoffSymbol, NamesOfReferencesAndClasses) {
     EXPECT_STREQ(input.symbol(0).ref_name(10), "10");  // symbol 0 never names its reference
     EXPECT_STREQ(input.symbol(5).ref_name(18), "18");
     EXPECT_STREQ(input.symbol(5).ref_name(-1), "-1");
+    input.file.fh_set_nsyms(10);
+    EXPECT_STREQ(input.symbol(5).ref_name(10), "10 (main)");
+    EXPECT_STREQ(input.symbol(5).ref_name(12), "12");
     EXPECT_STREQ(input.symbol(5).ref_name(2), "2");  // no symbol has it
     const char* const invalid = "INVALID STORAGE CLASS";
     for (const auto& [sclass, name] : {std::pair{1, "C_AUTO"},
