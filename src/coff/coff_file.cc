@@ -94,6 +94,7 @@ bool COFF_FILE::set_file_length(std::FILE* fp) {
         return false;
     }
     file_length_ = static_cast<std::int32_t>(length);
+    window_.open(fp, length);
     return true;
 }
 
@@ -102,13 +103,11 @@ bool COFF_FILE::holds(std::int64_t position, std::uint64_t size) const {
 }
 
 bool COFF_FILE::read_at(std::int64_t position, void* buffer, std::size_t size) {
-    if (size == 0)
-        return true;
-    const long before = std::ftell(fp_);
-    const bool complete =
-        std::fseek(fp_, static_cast<long>(position), SEEK_SET) == 0 && std::fread(buffer, 1, size, fp_) == size;
-    std::fseek(fp_, before, SEEK_SET);
-    return complete;
+    return window_.read(position, buffer, size);
+}
+
+const unsigned char* COFF_FILE::view_at(std::int64_t position, std::size_t size, std::size_t ahead) {
+    return window_.view(position, size, ahead);
 }
 
 bool COFF_FILE::read_headers() {
@@ -116,6 +115,7 @@ bool COFF_FILE::read_headers() {
         UMSG.die("COFF_FILE::read_headers", "missing input file");
     if (file_length_ < 0 && !set_file_length(fp_))
         return false;
+    symtab_.make_symbols();  // of a file that was read before, while its sections are there
     file_start_ = static_cast<std::int32_t>(std::ftell(fp_));
     if (!read_file_hdr())
         return false;

@@ -14,6 +14,7 @@
 
 #include "coff/coff_section.h"
 #include "coff/coff_symbol_table.h"
+#include "coff/input_window.h"
 #include "format/coff_records.h"
 
 /// Faults of the file that is read are reported through UMSG. Those that a caller can survive make read() fail; a file
@@ -140,8 +141,10 @@ public:
     bool byte_swapped() const { return byte_swapped_; }
     /// Whether `size` bytes from `position` of the stream on lie inside it.
     bool holds(std::int64_t position, std::uint64_t size) const;
-    /// Reads `size` bytes from `position` of the stream and goes back to where it was; false if it ends too soon.
+    /// Reads `size` bytes from `position` of the stream, which stays where it is; false if it ends too soon.
     [[nodiscard]] bool read_at(std::int64_t position, void* buffer, std::size_t size);
+    /// The same without a copy, as input_window::view().
+    const unsigned char* view_at(std::int64_t position, std::size_t size, std::size_t ahead);
     /// The name that a string-table offset in a section or symbol stands for: empty for 0, without needing the table.
     const char* long_name(std::uint32_t offset) { return offset ? string(offset) : ""; }
     /// Bytes of the string table, length word included: in use, and until it has to grow. 0 while there is none.
@@ -154,8 +157,6 @@ public:
     void dump_header(std::FILE* out) const;
 
 private:
-    using string_buffer = std::vector<char>;
-
     void close_input();
     std::unique_ptr<COFF_SECTION> new_section();
     bool check_relocs() const;
@@ -186,7 +187,7 @@ private:
     COFF_SYMBOL_TABLE symtab_;
     std::uint32_t strtab_size_ = 0;
     std::uint32_t strtab_capacity_ = 0;
-    std::unique_ptr<string_buffer> strtab_;  ///< its first four bytes stand for the length word
+    const char* strtab_ = nullptr;  ///< the table in use; its first four bytes stand for the length word; null: none
     /// Offset of each text that was added. Keys are copies: the callers' texts may die. Not an SHASH, whose buckets would
     /// be sorted anew for every one of tens of thousands of names.
     std::unordered_map<std::string, std::uint32_t> string_hash_;
@@ -194,9 +195,10 @@ private:
     bool any_target_ = false;
 
     std::int64_t strtab_position_ = 0;  ///< in the input, fixed when the headers are read; moved headers do not move it
-    std::uint32_t strtab_last_nul_ = 0;  ///< a string that begins behind it does not end
-    bool strtab_from_input_ = false;     ///< names point into it
-    std::vector<std::unique_ptr<string_buffer>> retired_strtabs_;
+    std::uint32_t strtab_last_nul_ = 0;                   ///< a string that begins behind it does not end
+    std::vector<std::unique_ptr<char[]>> input_strtabs_;  ///< those that were read: names point into them
+    std::vector<char> new_strtab_;                        ///< the one to be written
+    input_window window_;
 };
 
 #endif

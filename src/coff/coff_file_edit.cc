@@ -83,7 +83,7 @@ void COFF_FILE::write_strtab(std::FILE* fp) const {
     if (!strtab_)
         return;
     std::fwrite(&strtab_size_, sizeof strtab_size_, 1, fp);
-    std::fwrite(strtab_->data() + sizeof strtab_size_, 1, strtab_size_ - sizeof strtab_size_, fp);
+    std::fwrite(strtab_ + sizeof strtab_size_, 1, strtab_size_ - sizeof strtab_size_, fp);
 }
 
 /// The position for a part of `size` bytes, which moves it on; 0 for none. A file pointer has 31 bits of use.
@@ -130,6 +130,7 @@ void COFF_FILE::add_section(COFF_SECTION* section) {
         UMSG.die("COFF_FILE::add_section", "section %s belongs to a file already", section->name());
     if (fh_nscns() >= std::numeric_limits<std::int16_t>::max())
         UMSG.die("COFF_FILE::add_section", "no number is left for section %s", section->name());
+    symtab_.make_symbols();  // by the sections that there were when they were read
     section->set_cfile(this);
     sections_.emplace_back(section)->owned_ = true;
     ++file_hdr_.fh_nscns;
@@ -151,6 +152,7 @@ void COFF_FILE::delete_section(COFF_SECTION* section) {
     const auto found = std::find_if(sections_.begin(), sections_.end(), is_this);
     if (!section || found == sections_.end())
         UMSG.die("COFF_FILE::delete_section", "the section does not belong to the file");
+    symtab_.make_symbols();
     const std::uint16_t number = section->scnum();
     for (const auto& other : sections_)
         other->delete_symrel_relocs(static_cast<std::int16_t>(number));
@@ -167,7 +169,7 @@ void COFF_FILE::delete_section(COFF_SECTION* section) {
 }
 
 void COFF_FILE::delete_symbols_of(std::uint16_t scnum) {
-    for (SLIST::NODE* node = symtab_.symbols_.begin(); node; node = symtab_.symbols_.next(node)) {
+    for (SLIST::NODE* node = symtab_.list().begin(); node; node = symtab_.list().next(node)) {
         const auto* const symbol = static_cast<const COFF_SYMBOL*>(node->data);
         if (symbol && static_cast<std::uint16_t>(symbol->scnum()) == scnum)
             symtab_.delete_node(node);
@@ -177,7 +179,7 @@ void COFF_FILE::delete_symbols_of(std::uint16_t scnum) {
 
 /// `position` counts from 0, so exactly the numbers above that of the section that stood there are met.
 void COFF_FILE::lower_scnums_above(std::int32_t position) {
-    for (COFF_SYMBOL* symbol : items<COFF_SYMBOL>(symtab_.symbols_)) {
+    for (COFF_SYMBOL* symbol : items<COFF_SYMBOL>(symtab_.list())) {
         if (symbol->scnum() > position)
             symbol->set_scnum(static_cast<std::int16_t>(symbol->scnum() - 1));
     }

@@ -5,10 +5,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <vector>
 
 #include "coff/coff_file.h"
 #include "coff/target_width.h"
+#include "msg/allocation.h"
 #include "msg/end_run.h"
 #include "msg/user_msg.h"
 
@@ -30,6 +30,7 @@ COFF_SECTION::COFF_SECTION(COFF_FILE* file) : COFF_SECTION() {
 COFF_SECTION::~COFF_SECTION() = default;
 
 void COFF_SECTION::init_section(const scnhdr* header) {
+    move_lnnos(header->s_lnnoptr);
     header_ = *header;
     if (header_.s_mwidth)
         width_ = header_.s_mwidth;
@@ -50,7 +51,7 @@ bool COFF_SECTION::read_scn() {
     lnnos_.reset();
     if (!relocs_in_file())
         return false;
-    const std::uint32_t count = header_.s_nreloc;  // add_reloc() counts them again
+    const std::uint32_t count = header_.s_nreloc;
     clear_relocs();
     decode_relocs(count);
     return true;
@@ -65,25 +66,22 @@ bool COFF_SECTION::relocs_in_file() const {
     return false;
 }
 
-/// Takes the relocations from the file in a few large bites.
+/// Takes the relocations from the file as they lie there, side by side.
 void COFF_SECTION::decode_relocs(std::uint32_t count) {
-    constexpr std::uint32_t bite = 65536;
-    std::vector<reloc> entries(count < bite ? count : bite);
-    std::int64_t position = std::int64_t{file_->image_start()} + header_.s_relptr;
-    while (count > 0) {
-        const std::uint32_t now = count < bite ? count : bite;
-        if (!file_->read_at(position, entries.data(), now * sizeof(reloc))) {
-            UMSG.fatal_err("%s: cannot read the relocations of section %s", file_->label(), name());
-            end_run(EXIT_FAILURE);
-        }
-        for (std::uint32_t k = 0; k < now; ++k) {
-            if (file_->byte_swapped())
-                swap_record(entries[k]);
-            COFF_SECTION::add_reloc(&entries[k]);
-        }
-        position += std::int64_t{now} * std::int64_t{sizeof(reloc)};
-        count -= now;
+    if (count == 0)
+        return;
+    const allocation_scope scope("ERROR: Unable to allocate storage for sect relocation table\n");
+    auto entries = std::make_unique_for_overwrite<reloc[]>(count);
+    if (!file_->read_at(std::int64_t{file_->image_start()} + header_.s_relptr, entries.get(), count * sizeof(reloc))) {
+        UMSG.fatal_err("%s: cannot read the relocations of section %s", file_->label(), name());
+        end_run(EXIT_FAILURE);
     }
+    if (file_->byte_swapped()) {
+        for (std::uint32_t k = 0; k < count; ++k)
+            swap_record(entries[k]);
+    }
+    read_relocs_ = std::move(entries);
+    header_.s_nreloc = nread_relocs_ = count;
 }
 
 bool COFF_SECTION::has_contents() const {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "coff/psn.h"
@@ -125,7 +126,7 @@ public:
 
     virtual void set_scnptr(std::uint32_t pointer) { header_.s_scnptr = pointer; }
     virtual void set_relptr(std::uint32_t pointer) { header_.s_relptr = pointer; }
-    virtual void set_lnnoptr(std::uint32_t pointer) { header_.s_lnnoptr = pointer; }
+    virtual void set_lnnoptr(std::uint32_t pointer);
     /// Binds the section to a file, or to none; adding it is another matter. Contents, line numbers and name that still
     /// lie in the file that it leaves come along.
     virtual void set_cfile(COFF_FILE* file);
@@ -140,7 +141,7 @@ public:
     /// The first relocation at an address, of any type if `type` is 0; null if there is none. Exact while the list is
     /// sorted by address.
     virtual SLIST::NODE* find_reloc(std::uint32_t address, std::uint16_t type);
-    virtual SLIST::NODE* first_reloc() { return relocs_.begin(); }
+    virtual SLIST::NODE* first_reloc() { return relocs().begin(); }
     /// Appends a copy and counts it.
     virtual void add_reloc(const reloc* entry);
     virtual void clear_relocs();
@@ -150,7 +151,7 @@ public:
     /// Drops the relocations whose symbol is in section `scnum`. One whose symbol does not exist stays.
     virtual void delete_symrel_relocs(std::int16_t scnum);
     /// The relocations (reloc*, in host order, the section's own) in the order of the file.
-    virtual SLIST* get_reloc_list() { return &relocs_; }
+    virtual SLIST* get_reloc_list() { return &relocs(); }
 
     /// Orders relocations (null ones first) by address, as a signed number; types do not matter.
     static int reloc_cmp(const void* a, const void* b);
@@ -181,6 +182,11 @@ public:
     bool has_contents() const;
     /// Whether the file holds the relocations that the header tells of; a message if not, or if there is no file.
     [[nodiscard]] bool relocs_in_file() const;
+    /// The relocations as they were read, in host order, side by side. For whoever walks over all of them and needs no
+    /// list, which is made only when it is asked for.
+    [[nodiscard]] std::span<const reloc> relocs_read() const { return {read_relocs_.get(), nread_relocs_}; }
+    /// Gives them away; the section has no relocations afterwards.
+    [[nodiscard]] std::unique_ptr<reloc[]> take_relocs();
     /// Whether the file holds the contents, or line numbers, that are not in memory yet; nothing is said.
     [[nodiscard]] bool contents_in_file() const;
     [[nodiscard]] bool lnnos_in_file() const;
@@ -203,6 +209,8 @@ private:
     friend class COFF_FILE;
 
     void decode_relocs(std::uint32_t count);
+    SLIST& relocs() const;
+    void move_lnnos(std::uint32_t pointer);
     void leave_file();
     void require_writable() const;
     void require_all_relocs() const;
@@ -220,7 +228,7 @@ private:
     std::unique_ptr<unsigned char[]> raw_data_;
     scnhdr header_{};
     std::uint32_t cursor_ = 0;  ///< bytes from the start of the contents
-    SLIST relocs_;
+    mutable SLIST relocs_;      ///< holds listed_relocs_ of read_relocs_, and all that were added; see relocs()
     std::unique_ptr<lineno_slot[]> lnnos_;
     bool written_ = false;
     std::uint16_t scnum_ = 0;
@@ -228,8 +236,11 @@ private:
 
     bool owned_ = false;  ///< by its file, which deletes it
     std::string own_name_;
-    record_pool<reloc> reloc_pool_;
-    std::uint32_t raw_size_ = 0;  ///< bytes of raw_data_, which a later change of width or flags does not change
+    std::unique_ptr<reloc[]> read_relocs_;
+    std::uint32_t nread_relocs_ = 0;
+    mutable std::uint32_t listed_relocs_ = 0;
+    record_pool<reloc> reloc_pool_;  ///< those that were added
+    std::uint32_t raw_size_ = 0;     ///< bytes of raw_data_, which a later change of width or flags does not change
 };
 
 #endif

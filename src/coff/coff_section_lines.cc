@@ -38,9 +38,21 @@ void COFF_SECTION::read_lnnos() {
     }
 }
 
+/// Functions note where their line numbers are; they have to be told from the pointer that was read.
+void COFF_SECTION::move_lnnos(std::uint32_t pointer) {
+    if (file_)
+        file_->symbol_table()->make_symbols();
+    header_.s_lnnoptr = pointer;
+}
+
+void COFF_SECTION::set_lnnoptr(std::uint32_t pointer) {
+    move_lnnos(pointer);
+}
+
 void COFF_SECTION::clear_lnnos() {
     lnnos_.reset();
-    header_.s_lnnoptr = header_.s_nlnno = 0;
+    move_lnnos(0);
+    header_.s_nlnno = 0;
 }
 
 const lineno_slot* COFF_SECTION::lnno(std::uint32_t index) {

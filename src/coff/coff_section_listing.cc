@@ -131,9 +131,9 @@ void COFF_SECTION::dump_contents(std::FILE* out) {
 }
 
 void COFF_SECTION::dump_relocs(std::FILE* out) const {
-    if (relocs_.size() != 0)
+    if (relocs().size() != 0)
         std::fputs("  relocations\n", out);
-    for (const reloc* entry : items<reloc>(relocs_))
+    for (const reloc* entry : items<reloc>(relocs()))
         print_reloc(*entry, file_, reloc_name(entry->r_type), out);
 }
 
@@ -157,7 +157,7 @@ void COFF_SECTION::dump_linenos(int index, std::FILE* out) {
 }
 
 void COFF_SECTION::dump_reloc(int index, std::FILE* out) {
-    const reloc& entry = reloc_at(relocs_, index, "COFF_SECTION::dump_reloc");
+    const reloc& entry = reloc_at(relocs(), index, "COFF_SECTION::dump_reloc");
     print_reloc(entry, file_, reloc_name(entry.r_type), out);
 }
 
@@ -174,7 +174,7 @@ void COFF_SECTION::dump_xml(std::FILE* out) {
             std::fprintf(out, "%02X%s", raw_data_[k], k % 32 == 31 || k + 1 == raw_size_ ? "\n" : "");
         std::fputs("</contents>\n", out);
     }
-    for (const reloc* entry : items<reloc>(relocs_))
+    for (const reloc* entry : items<reloc>(relocs()))
         print_reloc_xml(*entry, file_, reloc_name(entry->r_type), out);
     for (std::uint32_t k = 0; lnnos_in_file() && k < sh_nlnno(); ++k)
         dump_linenos_xml(static_cast<int>(k), out);
@@ -192,6 +192,6 @@ void COFF_SECTION::dump_linenos_xml(int index, std::FILE* out) {
 }
 
 void COFF_SECTION::dump_reloc_xml(int index, std::FILE* out) {
-    const reloc& entry = reloc_at(relocs_, index, "COFF_SECTION::dump_reloc_xml");
+    const reloc& entry = reloc_at(relocs(), index, "COFF_SECTION::dump_reloc_xml");
     print_reloc_xml(entry, file_, reloc_name(entry.r_type), out);
 }

@@ -22,17 +22,30 @@ int COFF_SECTION::reloc_cmp(const void* a, const void* b) {
     return address_a < address_b ? -1 : address_a > address_b ? 1 : 0;
 }
 
+/// The list, made of what was read when it is first asked for.
+SLIST& COFF_SECTION::relocs() const {
+    while (listed_relocs_ < nread_relocs_)
+        relocs_.append(&read_relocs_[listed_relocs_++]);
+    return relocs_;
+}
+
+std::unique_ptr<reloc[]> COFF_SECTION::take_relocs() {
+    auto entries = std::move(read_relocs_);
+    clear_relocs();
+    return entries;
+}
+
 void COFF_SECTION::add_reloc(const reloc* entry) {
     reloc* const record = reloc_pool_.make();
     *record = *entry;
-    relocs_.append(record);
+    relocs().append(record);
     ++header_.s_nreloc;
 }
 
 SLIST::NODE* COFF_SECTION::find_reloc(std::uint32_t address, std::uint16_t type) {
     reloc key{};
     key.r_vaddr = address;
-    SLIST::NODE* node = relocs_.find_first(&key);
+    SLIST::NODE* node = relocs().find_first(&key);
     // An emptied node stops find_first(), although more at this address may stand in front of it.
     for (SLIST::NODE* other = relocs_.prev(node); other; other = relocs_.prev(other)) {
         if (other->data && static_cast<const reloc*>(other->data)->r_vaddr != address)
@@ -56,6 +69,8 @@ SLIST::NODE* COFF_SECTION::find_reloc(std::uint32_t address, std::uint16_t type)
 
 void COFF_SECTION::clear_relocs() {
     relocs_.clear();
+    read_relocs_.reset();
+    nread_relocs_ = listed_relocs_ = 0;
     reloc_pool_.clear();
     header_.s_nreloc = 0;
 }
@@ -64,7 +79,7 @@ void COFF_SECTION::remap_relocs() {
     if (!file_)
         UMSG.die("COFF_SECTION::remap_relocs", "%s: the section belongs to no file", name());
     COFF_SYMBOL_TABLE* const table = file_->symbol_table();
-    for (reloc* entry : items<reloc>(relocs_)) {
+    for (reloc* entry : items<reloc>(relocs())) {
         if (follows_symbol(*entry))
             entry->r_symndx = table->new_index(entry->r_symndx);
     }
@@ -76,7 +91,7 @@ void COFF_SECTION::delete_symrel_relocs(std::int16_t scnum) {
     if (!file_)
         UMSG.die("COFF_SECTION::delete_symrel_relocs", "%s: the section belongs to no file", name());
     COFF_SYMBOL_TABLE* const table = file_->symbol_table();
-    for (SLIST::NODE* node = relocs_.begin(); node; node = relocs_.next(node)) {
+    for (SLIST::NODE* node = relocs().begin(); node; node = relocs_.next(node)) {
         const auto* entry = static_cast<const reloc*>(node->data);
         if (!entry || !follows_symbol(*entry))
             continue;

@@ -38,7 +38,7 @@ void COFF_SECTION::require_all_contents() const {
 
 void COFF_SECTION::require_all_relocs() const {
     std::uint32_t count = 0;
-    for ([[maybe_unused]] const reloc* entry : items<reloc>(relocs_))
+    for ([[maybe_unused]] const reloc* entry : items<reloc>(relocs()))
         ++count;
     if (count != header_.s_nreloc)
         UMSG.die("COFF_SECTION::write_relocs", "relocation entry count does not match section header (%d, %d)",
@@ -71,7 +71,7 @@ void COFF_SECTION::write_raw_data(std::FILE* fp) {
 
 void COFF_SECTION::write_relocs(std::FILE* fp) {
     require_all_relocs();
-    for (const reloc* entry : items<reloc>(relocs_))
+    for (const reloc* entry : items<reloc>(relocs()))
         std::fwrite(entry, sizeof *entry, 1, fp);
 }
 

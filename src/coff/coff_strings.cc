@@ -22,7 +22,7 @@ const char* COFF_FILE::string(std::uint32_t offset) {
         UMSG.fatal_err("%s: no string at offset %u of the string table (%u bytes)", label(), offset, strtab_size_);
         end_run(EXIT_FAILURE);
     }
-    return strtab_->data() + offset;
+    return strtab_ + offset;
 }
 
 void COFF_FILE::load_strtab() {
@@ -65,31 +65,32 @@ void COFF_FILE::end_on_bad_strings(const char* fault) {
 }
 
 void COFF_FILE::read_strtab(std::uint32_t length) {
-    auto table = std::make_unique<string_buffer>(length);
-    if (!read_at(strtab_position_ + length_word, table->data() + length_word, length - length_word))
+    auto table = std::make_unique_for_overwrite<char[]>(length);
+    std::memset(table.get(), 0, length_word);
+    if (!read_at(strtab_position_ + length_word, table.get() + length_word, length - length_word))
         end_on_bad_strings("cannot read the string table");
     // A string ends inside the table if and only if it begins at or before the last NUL.
     strtab_last_nul_ = length - 1;
-    while (strtab_last_nul_ >= length_word && (*table)[strtab_last_nul_] != '\0')
+    while (strtab_last_nul_ >= length_word && table[strtab_last_nul_] != '\0')
         --strtab_last_nul_;
-    strtab_ = std::move(table);
+    strtab_ = table.get();
+    input_strtabs_.push_back(std::move(table));
     strtab_size_ = strtab_capacity_ = length;
-    strtab_from_input_ = true;
 }
 
-/// Drops the table. Names of sections and symbols that were read point into the input's, so that one is put aside.
+/// Begins anew. Names of sections and symbols that were read point into the input's table, so that one stays.
 void COFF_FILE::retire_strtab() {
-    if (strtab_ && strtab_from_input_)
-        retired_strtabs_.push_back(std::move(strtab_));
-    strtab_.reset();
-    strtab_from_input_ = false;
+    symtab_.make_symbols();  // whose names lie in it
+    strtab_ = nullptr;
+    new_strtab_.clear();
     strtab_size_ = strtab_capacity_ = strtab_last_nul_ = 0;
     string_hash_.clear();
 }
 
 std::uint32_t COFF_FILE::add_string(const char* text) {
+    symtab_.make_symbols();  // whose names lie in the table that was read
     if (!strtab_) {
-        strtab_ = std::make_unique<string_buffer>(length_word);
+        new_strtab_.assign(length_word, '\0');
         strtab_capacity_ = first_capacity;
         strtab_size_ = length_word;
     }
@@ -100,15 +101,12 @@ std::uint32_t COFF_FILE::add_string(const char* text) {
         UMSG.die("COFF_FILE::add_string", "the string table would be longer than %d bytes", INT32_MAX);
     while (strtab_size_ + size > strtab_capacity_)
         strtab_capacity_ += growth;
-    if (strtab_from_input_) {  // names point into the buffer: leave it where it is and go on in a copy
-        auto grown = std::make_unique<string_buffer>(*strtab_);
-        retired_strtabs_.push_back(std::move(strtab_));
-        strtab_ = std::move(grown);
-        strtab_from_input_ = false;
-    }
+    if (new_strtab_.empty())  // names point into the input's table: leave it where it is and go on in a copy
+        new_strtab_.assign(strtab_, strtab_ + strtab_size_);
     const auto added = string_hash_.emplace(text, strtab_size_).first;
     const char* const copy = added->first.c_str();  // `text` may lie in the buffer that grows
-    strtab_->insert(strtab_->end(), copy, copy + size);
+    new_strtab_.insert(new_strtab_.end(), copy, copy + size);
+    strtab_ = new_strtab_.data();
     strtab_size_ += static_cast<std::uint32_t>(size);
     strtab_last_nul_ = strtab_size_ - 1;
     return added->second;

@@ -36,29 +36,30 @@ COFF_SYMBOL* COFF_SYMBOL::copy() const {
 void COFF_SYMBOL::read(COFF_FILE* file, std::uint32_t index) {
     if (!file || !file->stream())
         UMSG.die("COFF_SYMBOL::read", "missing input file");
-    unsigned char bytes[aux_size];
-    if (std::fread(bytes, sizeof bytes, 1, file->stream()) != 1) {
+    syment entry;
+    if (std::fread(&entry, sizeof entry, 1, file->stream()) != 1) {
         UMSG.fatal_err("failed to read symbol table");
         end_run(EXIT_FAILURE);
     }
-    load(file, index, bytes, nullptr);
+    if (file->byte_swapped())
+        swap_record(entry);
+    load(file, index, entry, nullptr);
     if (has_aux()) {
+        unsigned char bytes[aux_size];
         if (std::fread(bytes, sizeof bytes, 1, file->stream()) != 1) {
             UMSG.fatal_err("failed to read auxiliary entry");
             end_run(EXIT_FAILURE);
         }
-        load_aux(bytes, nullptr);
+        load_aux(bytes, file->byte_swapped(), nullptr);
     }
     find_first_lnno();
 }
 
-/// Takes an entry as it lies in the file. What needs memory comes from `storage`, or is the symbol's own without one.
-void COFF_SYMBOL::load(COFF_FILE* file, std::uint32_t index, const unsigned char* bytes, symbol_storage* storage) {
+/// Takes an entry in host order. What needs memory comes from `storage`, or is the symbol's own without one.
+void COFF_SYMBOL::load(COFF_FILE* file, std::uint32_t index, const syment& entry, symbol_storage* storage) {
     file_ = file;
     coff_index_ = index;
-    std::memcpy(&entry_, bytes, sizeof entry_);
-    if (file->byte_swapped())
-        swap_record(entry_);
+    entry_ = entry;
     aux_ = nullptr;
     own_aux_.reset();
     take_name(storage);
@@ -76,13 +77,14 @@ void COFF_SYMBOL::take_name(symbol_storage* storage) {
     }
 }
 
-void COFF_SYMBOL::load_aux(const unsigned char* bytes, symbol_storage* storage) {
+/// Takes the auxiliary entry as it lies in the file, in the opposite of the host's order if `swap`.
+void COFF_SYMBOL::load_aux(const unsigned char* bytes, bool swap, symbol_storage* storage) {
     if (storage)
         aux_ = storage->auxiliaries.make();
     else
         set_own_aux(auxent{});
     std::memcpy(aux_->bytes, bytes, aux_size);
-    if (file_->byte_swapped())
+    if (swap)
         swap_record(*aux_, form());
 }
 

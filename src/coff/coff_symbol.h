@@ -112,8 +112,8 @@ public:
 private:
     friend class COFF_SYMBOL_TABLE;
 
-    void load(COFF_FILE* file, std::uint32_t index, const unsigned char* bytes, symbol_storage* storage);
-    void load_aux(const unsigned char* bytes, symbol_storage* storage);
+    void load(COFF_FILE* file, std::uint32_t index, const syment& entry, symbol_storage* storage);
+    void load_aux(const unsigned char* bytes, bool swap, symbol_storage* storage);
     void take_name(symbol_storage* storage);
     void set_own_name(const char* text, std::size_t length);
     void set_own_aux(const auxent& entry);

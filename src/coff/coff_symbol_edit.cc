@@ -21,6 +21,7 @@ std::uint32_t COFF_SYMBOL_TABLE::add_symbol(COFF_SYMBOL* symbol) {
     symbol->table_ = this;
     symbol->move_to(file_);
     adopted_.emplace_back(symbol);
+    make_symbols();  // those that were read come first
     const std::uint32_t entries = symbol->has_aux() ? 2 : 1;
     symbol->coff_index_ = next_index_;
     next_index_ += entries;
@@ -56,10 +57,10 @@ void COFF_SYMBOL_TABLE::delete_symbol(COFF_SYMBOL* symbol) {
 
 void COFF_SYMBOL_TABLE::purge() {
     require_file("COFF_SYMBOL_TABLE::purge");
-    symbols_.purge();
+    list().purge();
     index_map_->clear();
     next_index_ = 0;
-    for (COFF_SYMBOL* symbol : items<COFF_SYMBOL>(symbols_)) {
+    for (COFF_SYMBOL* symbol : items<COFF_SYMBOL>(list())) {
         index_map_->add(symbol->coff_index_, symbol);
         symbol->coff_index_ = next_index_;
         next_index_ += symbol->has_aux() ? 2 : 1;
@@ -79,7 +80,7 @@ SLIST::NODE* COFF_SYMBOL_TABLE::delete_run(SLIST::NODE* node) {
 }
 
 void COFF_SYMBOL_TABLE::remove_debug_symbols() {
-    SLIST::NODE* node = symbols_.begin();
+    SLIST::NODE* node = list().begin();
     while (node) {
         const auto* const symbol = static_cast<const COFF_SYMBOL*>(node->data);
         switch (symbol ? symbol->sclass() : C_NULL) {
@@ -100,7 +101,7 @@ void COFF_SYMBOL_TABLE::remove_debug_symbols() {
 }
 
 void COFF_SYMBOL_TABLE::update_func_lnno_ptrs() {
-    for (COFF_SYMBOL* symbol : items<COFF_SYMBOL>(symbols_)) {
+    for (COFF_SYMBOL* symbol : items<COFF_SYMBOL>(list())) {
         if (symbol->is_function())
             symbol->func_update_lnnoptr();
     }
@@ -138,7 +139,7 @@ void COFF_SYMBOL_TABLE::update_section_symbol(COFF_SECTION* section) {
 }
 
 void COFF_SYMBOL_TABLE::write(std::FILE* fp) {
-    for (COFF_SYMBOL* symbol : items<COFF_SYMBOL>(symbols_)) {
+    for (COFF_SYMBOL* symbol : items<COFF_SYMBOL>(list())) {
         symbol->encode_name();
         symbol->write(fp);
     }

@@ -50,7 +50,7 @@ void COFF_SYMBOL::dump_aux_xml(const COFF_SYMBOL* symbol, std::FILE* out) const 
 
 void COFF_SYMBOL_TABLE::dump(std::FILE* out) {
     std::fprintf(out, "Symbol table, %u entries\n", n_syms());
-    for (const COFF_SYMBOL* symbol : items<COFF_SYMBOL>(symbols_)) {
+    for (const COFF_SYMBOL* symbol : items<COFF_SYMBOL>(symbols())) {
         std::fprintf(out, "  %8u  0x%08X  %-12s type 0x%04X  %s (%s)\n", symbol->coff_index(),
                      static_cast<std::uint32_t>(symbol->value()),
                      sclass_name(static_cast<std::int8_t>(symbol->sclass())), symbol->stype(),
@@ -62,7 +62,7 @@ void COFF_SYMBOL_TABLE::dump(std::FILE* out) {
 
 void COFF_SYMBOL_TABLE::dump_xml(std::FILE* out) {
     std::fprintf(out, "<symbols entries=\"%u\">\n", n_syms());
-    for (const COFF_SYMBOL* symbol : items<COFF_SYMBOL>(symbols_)) {
+    for (const COFF_SYMBOL* symbol : items<COFF_SYMBOL>(symbols())) {
         std::fprintf(out, "<symbol index=\"%u\" name=\"%s\" value=\"0x%08X\" section=\"%d\" section_name=\"%s\"",
                      symbol->coff_index(), xml_text(symbol->name()).c_str(),
                      static_cast<std::uint32_t>(symbol->value()), symbol->scnum(),

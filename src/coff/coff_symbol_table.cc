@@ -24,15 +24,6 @@ constexpr std::int32_t index_map_buckets = 521;
 
 }  // namespace
 
-/// The table as it lies in the file: whole, or the run has ended.
-struct COFF_SYMBOL_TABLE::raw_table {
-    std::vector<unsigned char> bytes;
-    std::uint32_t symbols = 0;  ///< without auxiliary entries
-
-    const unsigned char* entry(std::size_t index) const { return bytes.data() + index * aux_size; }
-    bool has_aux(std::size_t index) const { return static_cast<std::int8_t>(entry(index)[17]) > 0; }
-};
-
 COFF_SYMBOL_TABLE::COFF_SYMBOL_TABLE() {
     reset();
 }
@@ -40,6 +31,8 @@ COFF_SYMBOL_TABLE::COFF_SYMBOL_TABLE() {
 COFF_SYMBOL_TABLE::~COFF_SYMBOL_TABLE() = default;
 
 void COFF_SYMBOL_TABLE::reset() {
+    read_ = {};
+    made_ = true;
     symbols_.clear();
     noted_nodes_.clear();
     pool_.clear();
@@ -55,8 +48,8 @@ void COFF_SYMBOL_TABLE::reset() {
 
 /// Takes the table in one read, and walks it once before any name is looked up: a table that is cut short is to be
 /// reported as that, not as the missing string table behind it.
-COFF_SYMBOL_TABLE::raw_table COFF_SYMBOL_TABLE::read_entries(COFF_FILE* file) {
-    raw_table table;
+COFF_SYMBOL_TABLE::read_table COFF_SYMBOL_TABLE::read_entries(COFF_FILE* file) {
+    read_table table;
     const std::uint32_t count = file->fh_nsyms();
     if (count == 0)
         return table;
@@ -64,17 +57,18 @@ COFF_SYMBOL_TABLE::raw_table COFF_SYMBOL_TABLE::read_entries(COFF_FILE* file) {
     const auto position = static_cast<std::uint32_t>(file->fh_symptr());
     const std::int64_t there = std::max<std::int64_t>(0, std::int64_t{file->file_length()} - position);
     // One more than the count: the auxiliary entry of the last symbol is read even if the count leaves it out.
-    const std::uint64_t wanted = (std::uint64_t{count} + 1) * aux_size;
-    table.bytes.resize(std::min<std::uint64_t>(wanted, static_cast<std::uint64_t>(there) / aux_size * aux_size));
-    if (!file->read_at(position, table.bytes.data(), table.bytes.size()))
+    const std::uint64_t entries = std::min(std::uint64_t{count} + 1, static_cast<std::uint64_t>(there) / aux_size);
+    table.bytes = std::make_unique_for_overwrite<unsigned char[]>(entries * aux_size);
+    if (!file->read_at(position, table.bytes.get(), entries * aux_size))
         end_on_short_symbol();
-    const std::size_t entries = table.bytes.size() / aux_size;
-    for (std::size_t k = 0; k < count; ++k, ++table.symbols) {
+    std::uint32_t k = 0;
+    for (; k < count; ++k) {
         if (k >= entries)
             end_on_short_symbol();
         if (table.has_aux(k) && ++k >= entries)
             end_on_short_auxiliary();
     }
+    table.entries = k;
     return table;
 }
 
@@ -83,21 +77,43 @@ void COFF_SYMBOL_TABLE::require_whole_table(COFF_FILE* file) {
 }
 
 void COFF_SYMBOL_TABLE::read(COFF_FILE* file) {
+    make_symbols();
     file_ = file;
-    const raw_table table = read_entries(file);
-    std::size_t k = 0;
-    for (std::uint32_t left = table.symbols; left > 0; --left, ++k) {
-        COFF_SYMBOL* const symbol = pool_.make();
-        symbol->table_ = this;
-        symbol->load(file, next_index_++, table.entry(k), &storage_);
-        if (symbol->has_aux()) {
-            symbol->load_aux(table.entry(++k), &storage_);
-            ++next_index_;
+    read_ = read_entries(file);
+    read_.first_index = next_index_;
+    read_.swapped = file->byte_swapped();
+    made_ = false;
+    for (std::uint32_t k = 0; k < read_.entries; k += read_.has_aux(k) ? 2 : 1) {
+        syment symbol = read_.symbol(k);
+        if (read_.swapped) {
+            swap_record(symbol);
+            std::memcpy(read_.entry(k), &symbol, sizeof symbol);
         }
+        if (name_is_offset(symbol.n_name))
+            file->long_name(name_offset(symbol.n_name));  // ends the run if there is no such name
+    }
+    next_index_ += read_.entries;
+}
+
+void COFF_SYMBOL_TABLE::make_symbols() {
+    if (made_)
+        return;
+    made_ = true;
+    visit_read([this](const symbol_view& view) {
+        COFF_SYMBOL* const symbol = pool_.make();
+        const std::uint32_t k = view.coff_index() - read_.first_index;
+        symbol->table_ = this;
+        symbol->load(file_, view.coff_index(), read_.symbol(k), &storage_);
+        if (symbol->has_aux())
+            symbol->load_aux(read_.entry(k + 1), read_.swapped, &storage_);
         symbol->find_first_lnno();
         symbols_.append(symbol);
-    }
+    });
     list_functions();
+}
+
+const char* symbol_view::long_name() const {
+    return file_->long_name(name_offset(entry_.n_name));
 }
 
 /// One pass forward, which remembers the source file it is in, gives what find_source_file() would for every function.
@@ -121,7 +137,7 @@ void COFF_SYMBOL_TABLE::list_functions() {
 }
 
 std::uint32_t COFF_SYMBOL_TABLE::n_syms() const {
-    std::uint32_t count = 0;
+    std::uint32_t count = made_ ? 0 : read_.entries;
     for (const COFF_SYMBOL* symbol : items<COFF_SYMBOL>(symbols_))
         count += symbol->has_aux() ? 2 : 1;
     return count;
@@ -135,6 +151,7 @@ std::uint32_t COFF_SYMBOL_TABLE::new_index(std::uint32_t old) {
 }
 
 SLIST::NODE* COFF_SYMBOL_TABLE::find_sym(std::uint32_t index) {
+    list();
     if (!nodes_noted())
         note_nodes();
     return index < noted_nodes_.size() ? noted_nodes_[index] : nullptr;
@@ -169,7 +186,7 @@ const char* COFF_SYMBOL_TABLE::find_source_file(const COFF_SYMBOL* symbol) {
 
 /// Looks at every symbol: func_skip() would save little, and where it leads wrong it would hide functions.
 SLIST::NODE* COFF_SYMBOL_TABLE::find_func_sym(std::uint32_t address) {
-    for (SLIST::NODE* node = symbols_.begin(); node; node = symbols_.next(node)) {
+    for (SLIST::NODE* node = list().begin(); node; node = symbols_.next(node)) {
         const auto* const symbol = static_cast<const COFF_SYMBOL*>(node->data);
         if (!symbol || !symbol->is_function())
             continue;

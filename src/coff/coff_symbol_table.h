@@ -4,11 +4,13 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <vector>
 
 #include "coff/coff_debug.h"
 #include "coff/coff_symbol.h"
+#include "coff/symbol_view.h"
 #include "containers/record_pool.h"
 #include "containers/shash.h"
 #include "containers/slist.h"
@@ -62,7 +64,7 @@ public:
     virtual SLIST::NODE* find_func_sym(std::uint32_t address);
     virtual SLIST::NODE* find_sym(std::uint32_t index);
     /// Nodes hold COFF_SYMBOL*; go on with node->mylist()->next(node).
-    virtual SLIST::NODE* first_sym() const { return symbols_.begin(); }
+    virtual SLIST::NODE* first_sym() const { return list().begin(); }
 
     virtual void dump(std::FILE* out);
     virtual void dump_xml(std::FILE* out);
@@ -72,16 +74,51 @@ public:
     /// Destroys everything; the table is as new.
     void reset();
 
-    const SLIST& symbols() const { return symbols_; }
+    const SLIST& symbols() const { return list(); }
     /// COFF_DEBUG::FUNCTION records of all functions that were read, in order.
-    const SLIST& functions() const { return *functions_; }
+    const SLIST& functions() const {
+        list();
+        return *functions_;
+    }
+    /// Calls `visit(const symbol_view&)` for every symbol of the file that was read last, as it was read, in order. Whoever
+    /// needs no more spares the making of the objects, which is done when one of them is first asked for.
+    template <typename VISIT> void visit_read(VISIT visit) const {
+        for (std::uint32_t k = 0; k < read_.entries;) {
+            const symbol_view symbol(read_.symbol(k), read_.first_index + k, file_);
+            visit(symbol);
+            k += symbol.has_aux() ? 2 : 1;
+        }
+    }
+    /// Makes the objects of what was read, as its file is now. Called before anything that they depend on changes.
+    void make_symbols();
     /// If the symbol table of the file is cut short, ends the run with the same message as read().
     static void require_whole_table(COFF_FILE* file);
 
 private:
-    struct raw_table;
-    static raw_table read_entries(COFF_FILE* file);
+    /// The table as it lies in the file: whole, or the run has ended. Symbols are in host order, auxiliary entries, whose
+    /// order depends on the symbol, as they were read.
+    struct read_table {
+        std::unique_ptr<unsigned char[]> bytes;
+        std::uint32_t entries = 0;      ///< the last auxiliary entry included, even if the file's count leaves it out
+        std::uint32_t first_index = 0;  ///< the index of the first entry
+        bool swapped = false;           ///< the auxiliary entries still have to be
 
+        unsigned char* entry(std::size_t index) const { return bytes.get() + index * aux_size; }
+        bool has_aux(std::size_t index) const { return static_cast<std::int8_t>(entry(index)[17]) > 0; }
+        syment symbol(std::size_t index) const {
+            syment symbol;
+            std::memcpy(&symbol, entry(index), sizeof symbol);
+            return symbol;
+        }
+    };
+    static read_table read_entries(COFF_FILE* file);
+
+    /// All symbols, made if they have not been.
+    SLIST& list() const {
+        if (!made_)
+            const_cast<COFF_SYMBOL_TABLE*>(this)->make_symbols();
+        return const_cast<SLIST&>(symbols_);
+    }
     void list_functions();
     void delete_node(SLIST::NODE* node);
     SLIST::NODE* delete_run(SLIST::NODE* node);
@@ -91,7 +128,9 @@ private:
     void describe_section(COFF_SYMBOL* symbol, const COFF_SECTION* section);
     void require_file(const char* where) const;
 
-    SLIST symbols_;
+    read_table read_;  ///< what the symbols are made of
+    bool made_ = true;
+    SLIST symbols_;                     ///< see list()
     std::unique_ptr<SHASH> index_map_;  ///< old index to symbol, filled by purge()
     std::uint32_t next_index_ = 0;
     COFF_FILE* file_ = nullptr;

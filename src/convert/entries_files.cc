@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "coff/coff_section.h"
-#include "coff/coff_symbol.h"
+#include "coff/symbol_view.h"
 #include "convert/options.h"
 #include "convert/velm_file.h"
 #include "msg/error_exit.h"
@@ -168,13 +168,13 @@ entries_file_sym* find_matching_entry(const char* name, entries_file_sym** table
     return entries_lookup.find(index_of(table), {name, length});
 }
 
-bool is_entries_symbol(COFF_SYMBOL* sym) {
+bool is_entries_symbol(const symbol_view& sym) {
     if (entries_files_list.size() == 0)
         return true;
     // Entries have at most 255 characters: what lies behind them in a name, however long, is never looked at.
-    const std::string_view name(sym->name(), strnlen(sym->name(), max_token + 1));
+    const std::string_view name(sym.name(), strnlen(sym.name(), max_token + 1));
     if (name.size() <= max_token) {
-        if (entries_file_sym* entry = find_matching_entry(sym->name(), entry_sym_table)) {
+        if (entries_file_sym* entry = find_matching_entry(sym.name(), entry_sym_table)) {
             entry->found = 1;
             return true;
         }
@@ -183,9 +183,9 @@ bool is_entries_symbol(COFF_SYMBOL* sym) {
         entry->found = 1;
         return true;
     }
-    if (sym->scnum() <= 0)
+    if (sym.scnum() <= 0)
         return false;
-    COFF_SECTION* scn = coff_file.get_section(sym->scnum());
+    COFF_SECTION* scn = coff_file.get_section(sym.scnum());
     return scn && is_exported_symbols_section(scn->name());
 }
 

@@ -16,7 +16,7 @@
 #include "containers/slist.h"
 
 class COFF_SECTION;
-class COFF_SYMBOL;
+class symbol_view;
 
 /// One entry, in one of the two tables or of the two lists.
 struct entries_file_sym {
@@ -93,7 +93,7 @@ void add_to_an_entries_list(SLIST* list, const char* text);
 entries_file_sym* find_matching_entry(const char* name, entries_file_sym** table);
 
 /// Whether the symbol is to be exported by name; marks the entry that says so.
-bool is_entries_symbol(COFF_SYMBOL* sym);
+bool is_entries_symbol(const symbol_view& sym);
 
 /// Whether every symbol of the section of that name is to be exported; marks the entry that says so.
 bool is_exported_symbols_section(const char* name);

@@ -81,13 +81,14 @@ std::uint32_t load_flags(COFF_SECTION* scn) {
     return flags;
 }
 
-void copy_reloc(const reloc& from, reloc_record& to) {
-    to.r_vaddr = from.r_vaddr;
-    to.r_symndx = from.r_symndx;  // the four bytes of a field relocation as well
-    if (is_field_reloc(from.r_type))
-        to.r_field.unused = 0;
-    to.r_disp = has_displacement(from.r_type) ? from.r_disp : std::uint16_t{0};
-    to.r_type = from.r_type;
+/// What a module does not take over from the entry becomes 0.
+reloc_record cleaned(reloc_record record) {
+    const reloc_type_facts& facts = reloc_facts(record.r_type);
+    if (facts.word == reloc_word::field)
+        record.r_field.unused = 0;
+    if (!facts.displacement)
+        record.r_disp = 0;
+    return record;
 }
 
 /// The group of the header. Reads the COFF flags as init_sect_flags left them.
@@ -185,18 +186,14 @@ void init_sect_flags(velm_scnhdr* hdr, COFF_SECTION* scn) {
 }
 
 void init_sect_relocs(COFF_SECTION* scn, scnhdrlist_entry* hdr) {
-    SLIST& list = *scn->get_reloc_list();
-    hdr->relocs = {};
-    if (list.size() == 0)
-        return;
-    const allocation_scope scope("ERROR: Unable to allocate storage for sect relocation table\n");
-    hdr->reloc_storage = std::make_unique_for_overwrite<reloc_record[]>(list.size());
+    const std::size_t in_input = scn->relocs_read().size();
+    hdr->reloc_storage = scn->take_relocs();
+    reloc_record* const table = hdr->reloc_storage.get();
     std::uint32_t count = 0;
-    for (const reloc* entry : items<reloc>(list)) {
+    for (std::size_t i = 0; i < in_input; ++i) {
         // 0x5001 is left out as well, on purpose, although the rule for copying names it.
-        if (is_internal_reloc(entry->r_type))
-            continue;
-        copy_reloc(*entry, hdr->reloc_storage[count++]);
+        if (!is_internal_reloc(table[i].r_type))
+            table[count++] = cleaned(table[i]);
     }
-    hdr->relocs = {count, 0, hdr->reloc_storage.get()};
+    hdr->relocs = {count, 0, table};
 }

@@ -16,7 +16,7 @@ void init_sect_hdrs();
 /// Computes hdr->flags. May make ".cinit" a copy section in the input itself; counts the relocated sections.
 void init_sect_flags(velm_scnhdr* hdr, COFF_SECTION* scn);
 
-/// Copies the section's relocations, types 0x5000 to 0x5002 left out, into hdr->relocs.
+/// Takes the section's relocations, types 0x5000 to 0x5002 left out, over into hdr->relocs.
 void init_sect_relocs(COFF_SECTION* scn, scnhdrlist_entry* hdr);
 
 #endif

@@ -8,8 +8,8 @@
 #include <cstring>
 
 #include "coff/coff_section.h"
-#include "coff/coff_symbol.h"
 #include "coff/coff_symbol_table.h"
+#include "coff/symbol_view.h"
 #include "convert/entries_files.h"
 #include "convert/options.h"
 #include "convert/string_table.h"
@@ -20,8 +20,8 @@
 
 namespace {
 
-bool is_entry_point(COFF_SYMBOL* sym) {
-    return std::strcmp(sym->name(), "__DLStart") == 0;
+bool is_entry_point(const symbol_view& sym) {
+    return std::strcmp(sym.name(), "__DLStart") == 0;
 }
 
 bool is_accepted_class(int sclass) {
@@ -59,12 +59,12 @@ void mark_referenced_symbols() {
     }
     for (int n = 1; n <= coff_file.fh_nscns(); ++n) {
         COFF_SECTION* scn = coff_file.get_section(static_cast<std::int16_t>(n));
-        for (const reloc* rec : items<reloc>(*scn->get_reloc_list())) {
-            if (!is_sym_reloc(rec->r_type, rec->r_symndx))
+        for (const reloc& rec : scn->relocs_read()) {
+            if (!is_sym_reloc(rec.r_type, rec.r_symndx))
                 continue;
-            if (rec->r_symndx >= nsyms)
+            if (rec.r_symndx >= nsyms)
                 error_exit("ERROR: sym_refd array out of bounds\n");
-            sym_refd[rec->r_symndx] = 1;
+            sym_refd[rec.r_symndx] = 1;
         }
     }
 }
@@ -77,37 +77,36 @@ void mark_referenced_sections() {
     // On purpose this counter takes no notice of auxiliary entries, unlike the COFF index in init_symbol_table: behind
     // each of them it lags one more. Which sections count as referenced depends on it.
     std::uint32_t counter = 0;
-    for (SLIST::NODE* node = coff_file.symbol_table()->first_sym(); node; node = node->mylist()->next(node)) {
-        auto* sym = static_cast<COFF_SYMBOL*>(node->data);
-        if (keep_symbol(sym, counter++) && sym->scnum() > 0)
-            scn_refd[checked_section(sym->scnum())] = 1;
-    }
+    coff_file.symbol_table()->visit_read([&counter](const symbol_view& sym) {
+        if (keep_symbol(sym, counter++) && sym.scnum() > 0)
+            scn_refd[checked_section(sym.scnum())] = 1;
+    });
 }
 
-std::uint16_t module_class(COFF_SYMBOL* sym) {
+std::uint16_t module_class(const symbol_view& sym) {
     if (!symbols_only && is_entry_point(sym))
         return velm_local_class;  // the entry point travels in the header, not under a name
     // Asked first even for undefined symbols: the question marks the entry as found.
-    if (is_entries_symbol(sym) || sym->scnum() == 0)
-        return static_cast<std::uint16_t>(sym->sclass());
+    if (is_entries_symbol(sym) || sym.scnum() == 0)
+        return static_cast<std::uint16_t>(sym.sclass());
     return velm_local_class;
 }
 
-std::int16_t module_section(COFF_SYMBOL* sym) {
-    if (sym->scnum() <= 0)
-        return sym->scnum();
-    return static_cast<std::int16_t>(c2v_scn_xtbl[checked_section(sym->scnum())]);
+std::int16_t module_section(const symbol_view& sym) {
+    if (sym.scnum() <= 0)
+        return sym.scnum();
+    return static_cast<std::int16_t>(c2v_scn_xtbl[checked_section(sym.scnum())]);
 }
 
 /// Adds the symbol to the module and gives its index there.
-std::uint16_t make_symbol(COFF_SYMBOL* sym) {
+std::uint16_t make_symbol(const symbol_view& sym) {
     const allocation_scope scope("ERROR: Unable to allocate storage for a VELM symbol\n");
     if (velm_file.nsyms == UINT16_MAX)
         error_exit("ERROR: The module would have more than 65535 symbols\n");
     velm_symbol record;
-    record.value = static_cast<std::uint32_t>(sym->value());
+    record.value = static_cast<std::uint32_t>(sym.value());
     record.storage_class = module_class(sym);
-    record.name_offset = record.storage_class == velm_local_class ? velm_no_name : add_to_string_list(sym->name());
+    record.name_offset = record.storage_class == velm_local_class ? velm_no_name : add_to_string_list(sym.name());
     record.section = module_section(sym);
     velm_file.symbols.push_back(record);
     return velm_file.nsyms++;
@@ -120,27 +119,27 @@ void init_reference_tables() {
     mark_referenced_sections();
 }
 
-bool keep_symbol(COFF_SYMBOL* sym, std::uint32_t index) {
-    if (!is_accepted_class(sym->sclass()))
+bool keep_symbol(const symbol_view& sym, std::uint32_t index) {
+    if (!is_accepted_class(sym.sclass()))
         return false;
-    const bool external = sym->sclass() == C_EXT || sym->sclass() == C_EXTLAB;
+    const bool external = sym.sclass() == C_EXT || sym.sclass() == C_EXTLAB;
     if (symbols_only)
-        return sym->scnum() != 0 && external && is_entries_symbol(sym);
+        return sym.scnum() != 0 && external && is_entries_symbol(sym);
     return sym_refd[index] || (external && is_entries_symbol(sym));
 }
 
-void process_entry_pt(COFF_SYMBOL* sym) {
+void process_entry_pt(const symbol_view& sym) {
     if (symbols_only) {
         velm_file.entry_point = 0;
         velm_file.entry_scn = 0;
         return;
     }
-    const int scnum = sym->scnum();
+    const int scnum = sym.scnum();
     if (scnum == 0)
         error_exit("ERROR: Symbol _DLStart is undefined. Improper linkage for entry point\n");
     if (scnum > coff_file.fh_nscns())
         error_exit("ERROR: Symbol _DLStart lies in section %d, but there are only %d\n", scnum, coff_file.fh_nscns());
-    velm_file.entry_point = static_cast<std::uint32_t>(sym->value());
+    velm_file.entry_point = static_cast<std::uint32_t>(sym.value());
     velm_file.entry_scn = velm_absolute_entry;
     if (scnum < 0)
         return;  // absolute: the value is the address
@@ -154,13 +153,10 @@ void init_symbol_table() {
         const allocation_scope scope("ERROR: Unable to allocate storage for sym xlation table\n");
         c2v_symbol_xtbl.assign(table->n_syms(), no_velm_symbol);
     }
-    std::uint32_t coff_index = 0;
-    for (SLIST::NODE* node = table->first_sym(); node; node = node->mylist()->next(node)) {
-        auto* sym = static_cast<COFF_SYMBOL*>(node->data);
+    table->visit_read([](const symbol_view& sym) {
         if (is_entry_point(sym))
             process_entry_pt(sym);
-        if (keep_symbol(sym, coff_index))
-            c2v_symbol_xtbl[coff_index] = make_symbol(sym);
-        coff_index += sym->has_aux() ? 2U : 1U;  // the slot of an auxiliary entry stays empty
-    }
+        if (keep_symbol(sym, sym.coff_index()))  // the slot of an auxiliary entry stays empty
+            c2v_symbol_xtbl[sym.coff_index()] = make_symbol(sym);
+    });
 }

@@ -4,17 +4,17 @@
 
 #include <cstdint>
 
-class COFF_SYMBOL;
+class symbol_view;
 
 /// Fills sym_refd and scn_refd. A relocation whose symbol does not exist, and a kept symbol whose section does not,
 /// end the run.
 void init_reference_tables();
 
 /// Whether the symbol goes into the module. `index` is the place in sym_refd to look at.
-bool keep_symbol(COFF_SYMBOL* sym, std::uint32_t index);
+bool keep_symbol(const symbol_view& sym, std::uint32_t index);
 
 /// Takes the module's entry point from the symbol, which is named "__DLStart".
-void process_entry_pt(COFF_SYMBOL* sym);
+void process_entry_pt(const symbol_view& sym);
 
 /// Builds c2v_symbol_xtbl and the module's symbols. Needs the section numbers of init_sect_hdrs().
 void init_symbol_table();

@@ -96,18 +96,9 @@ struct scnhdr {
 static_assert(sizeof(scnhdr) == 48 && offsetof(scnhdr, s_scnptr) == 20 && offsetof(scnhdr, s_mwidth) == 44);
 static_assert(std::is_trivially_copyable_v<scnhdr>);
 
-/// Relocation entry.
-struct reloc {
-    std::uint32_t r_vaddr;  ///< of the relocated field, address units
-    union {
-        std::uint32_t r_symndx;  ///< symbol index, no_symbol for none; or the constant that is pushed
-        reloc_field r_field;     ///< for the field types: single bytes, never swapped
-    };
-    std::uint16_t r_disp;  ///< displacement; as it lies in the file for types that have none
-    std::uint16_t r_type;  ///< a reloc_type, or any other number
-};
-static_assert(sizeof(reloc) == 12 && offsetof(reloc, r_symndx) == 4 && offsetof(reloc, r_type) == 10);
-static_assert(std::is_trivially_copyable_v<reloc>);
+/// Relocation entry: the record that a module has as well, before it is translated. The displacement is as it lies in the
+/// file for types that have none; of the four bytes of a field type, which are never swapped, the last one may be any.
+using reloc = reloc_record;
 
 #pragma pack(push, 2)
 /// Line-number entry.

@@ -1,4 +1,5 @@
-// The relocation record of a module. docs/module-format.md tells it byte by byte; reloc_types.h knows the types.
+// The relocation record of a module and of a COFF file. docs/module-format.md tells it byte by byte; reloc_types.h knows
+// the types.
 #ifndef MODFORGE_FORMAT_RELOC_RECORD_H
 #define MODFORGE_FORMAT_RELOC_RECORD_H
 
@@ -15,7 +16,7 @@ struct reloc_field {
 };
 static_assert(sizeof(reloc_field) == 4);
 
-/// One module relocation, 12 bytes, host byte order.
+/// One relocation, 12 bytes, host byte order.
 struct reloc_record {
     std::uint32_t r_vaddr;  ///< before translation: absolute address; after: offset in its packet. Address units
     union {

@@ -7,12 +7,13 @@
 #include <cstdint>
 #include <cstring>
 
+#include "coff/coff_section.h"
 #include "convert/options.h"
 #include "convert/string_table.h"
 #include "convert/velm_file.h"
+#include "format/address_units.h"
 #include "format/checksum.h"
 #include "msg/error_exit.h"
-#include "output/contents_reader.h"
 #include "output/same_file.h"
 #include "packets/image_packets.h"
 #include "packets/module_checksums.h"
@@ -104,9 +105,27 @@ template <typename RECORD> void write_records(const RECORD* records, std::size_t
         write_binary(bytes, count * sizeof(RECORD), stream);
 }
 
+COFF_SECTION* input_of(const velm_scnhdr& section) {
+    return coff_file.get_section(static_cast<std::int16_t>(section.coff_scnum));
+}
+
+/// `size` bytes of the contents of `section` from byte `start` on, until the next call.
+const unsigned char* contents_of(const velm_scnhdr& section, std::uint32_t start, std::uint32_t size) {
+    if (section.raw_data)
+        return section.raw_data + start;
+    const auto length = static_cast<std::uint32_t>(AUtobyte(static_cast<std::int32_t>(section.size), section.wordsz));
+    const unsigned char* const contents = coff_file.view_at(section.contents + start, size, length - start);
+    if (!contents)
+        input_of(section)->end_on_unread_contents();
+    return contents;
+}
+
 /// The input is gone once it is opened as output: all that is wanted of it has to be in memory by then.
 void take_leave_of_input() {
-    load_contents();
+    for (velm_scnhdr& section : velm_file.sections) {
+        if (section.contents >= 0)
+            section.raw_data = input_of(section)->raw_data();
+    }
     std::fprintf(stderr, "WARNING: Output file %s is the input file\n", filename_out);
 }
 
@@ -172,13 +191,12 @@ void write_symbol_table(std::FILE* stream) {
 }
 
 void write_im_n_relocs(std::FILE* stream) {
-    contents_reader reader;
     const image_packet* packet = velm_file.packets.data();
     for (const velm_scnhdr& section : velm_file.sections) {
         const reloc_record* relocs = section.relocs.reloc_table;
         std::uint32_t start = 0;
         for (std::uint32_t left = section.npackets; left > 0; --left, ++packet) {
-            write_packet(*packet, reader.read(section, start, packet->data_size), relocs, stream);
+            write_packet(*packet, contents_of(section, start, packet->data_size), relocs, stream);
             start += packet->data_size;
             relocs += packet->nreloc;
         }
