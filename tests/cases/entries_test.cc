@@ -4,9 +4,9 @@
 #include <gtest/gtest.h>
 
 using namespace cases;
+using second_opinion::conversion_request;
 using support::bytes;
 using support::coff_image;
-using support::conversion_request;
 using support::run_result;
 
 namespace {
@@ -109,14 +109,14 @@ TEST(EntriesFiles, TokensExportAndExcludeWhatTheyName) {
         SCOPED_TRACE(testing::PrintToString(row.given));
         conversion_request request = request_for(image_to_choose_from());
         request.entries = row.given;
-        expect_as_predicted(request);
-        const support::conversion expected = support::convert(request);
+        expect_conversion(request);
+        const second_opinion::conversion expected = second_opinion::convert(request);
         EXPECT_EQ(expected.err, row.err);
         EXPECT_EQ(exported(expected.module), row.names);
         EXPECT_EQ(module_half(expected.module, 20), row.sections);
         request.quiet = true;
-        EXPECT_EQ(support::convert(request).err, "");
-        expect_as_predicted(request);
+        EXPECT_EQ(second_opinion::convert(request).err, "");
+        expect_conversion(request);
     }
 }
 
@@ -125,10 +125,10 @@ TEST(EntriesFiles, TokensExportAndExcludeWhatTheyName) {
 TEST(EntriesFiles, MissingSymbolsAreListedByBucket) {
     conversion_request request = request_for(image_to_choose_from());
     request.entries = {"a b c \xE4 d e"};
-    const support::conversion expected = support::convert(request);
+    const second_opinion::conversion expected = second_opinion::convert(request);
     EXPECT_EQ(expected.err, missing("Symbol", "b") + missing("Symbol", "c") + missing("Symbol", "\xE4") +
                                 missing("Symbol", "d") + missing("Symbol", "a") + missing("Symbol", "e") + "\n\n");
-    expect_as_predicted(request);
+    expect_conversion(request);
 }
 
 // An entry is found when the question was asked about its symbol, which is not the same as the symbol's being there.
@@ -159,8 +159,8 @@ TEST(EntriesFiles, AreFoundWhereTheQuestionIsAsked) {
         conversion_request request = request_for(image);
         request.entries = {row.entry};
         request.symbols_only = row.symbols_only;
-        EXPECT_EQ(support::convert(request).err, row.found ? "" : missing("Symbol", row.entry) + "\n\n");
-        expect_as_predicted(request);
+        EXPECT_EQ(second_opinion::convert(request).err, row.found ? "" : missing("Symbol", row.entry) + "\n\n");
+        expect_conversion(request);
     }
 }
 
@@ -174,8 +174,8 @@ TEST(EntriesFiles, TheLongestTokenNamesOneSymbol) {
     for (const auto& [entry, names] :
          {std::pair{name, name + ' '}, {'^' + short_name, name + ' ' + name + "x " + short_name + ' '}}) {
         request.entries = {entry};
-        EXPECT_EQ(exported(support::convert(request).module), names);
-        expect_as_predicted(request);
+        EXPECT_EQ(exported(second_opinion::convert(request).module), names);
+        expect_conversion(request);
     }
 }
 

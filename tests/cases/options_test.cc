@@ -11,7 +11,7 @@ namespace {
 using arguments = std::vector<std::string>;
 
 /// The image, and what becomes of it without options.
-const support::conversion_request plain = request_for(small_image());
+const second_opinion::conversion_request plain = request_for(small_image());
 
 void expect_refused(const arguments& given, const std::string& err) {
     SCOPED_TRACE(testing::PrintToString(given));
@@ -87,12 +87,12 @@ TEST(Options, AReaderThatWentAwayIsAFailedWrite) {
 }
 
 TEST(Options, AcceptedFormsGiveTheModuleThatTheyStandFor) {
-    support::conversion_request as_text = plain, symbols = plain;
+    second_opinion::conversion_request as_text = plain, symbols = plain;
     as_text.c_text = symbols.symbols_only = true;
     const struct {
         arguments given;
         std::string output = "app.vlm";
-        const support::conversion_request& request = plain;
+        const second_opinion::conversion_request& request = plain;
     } rows[] = {
         {{"app.out"}},
         {{"-fc", "app.out"}, "app.hex", as_text},
@@ -116,7 +116,7 @@ TEST(Options, AcceptedFormsGiveTheModuleThatTheyStandFor) {
         EXPECT_EQ(run.out, banner);
         EXPECT_EQ(run.err, "");
         ASSERT_TRUE(shop.has(row.output));
-        EXPECT_EQ(shop.read(row.output), support::convert(row.request).module);
+        EXPECT_EQ(shop.read(row.output), second_opinion::convert(row.request).module);
         EXPECT_FALSE(shop.has("first"));
     }
 }
@@ -136,12 +136,12 @@ TEST(Options, OutputLiesBesideTheInputWithItsLastExtensionReplaced) {
         SCOPED_TRACE(input);
         const workshop shop;
         ASSERT_EQ(support::run_program({"/bin/mkdir", shop.path("dir.d")}).status, 0);
-        support::conversion_request request = plain;
+        second_opinion::conversion_request request = plain;
         request.input_name = input;
         shop.write(input, request.input);
         EXPECT_EQ(shop.run({input}).status, 0);
         ASSERT_TRUE(shop.has(output));
-        EXPECT_EQ(shop.read(output), support::convert(request).module);
+        EXPECT_EQ(shop.read(output), second_opinion::convert(request).module);
     }
 }
 
@@ -153,12 +153,12 @@ TEST(Options, OutputOverTheInputIsWrittenWithAWarning) {
         const run_result run = shop.run({"-o=" + name, "app.out"});
         EXPECT_EQ(run.status, 0);
         EXPECT_EQ(run.err, "WARNING: Output file " + name + " is the input file\n");
-        EXPECT_EQ(shop.read("app.out"), support::convert(plain).module);
+        EXPECT_EQ(shop.read("app.out"), second_opinion::convert(plain).module);
     }
 }
 
 TEST(Options, OutputMayBeAPipeOrALink) {
-    const support::conversion expected = support::convert(plain);
+    const second_opinion::conversion expected = second_opinion::convert(plain);
     const workshop shop;
     shop.write("app.out", plain.input);
     const run_result run = shop.run({"-o=/dev/stdout", "app.out"});

@@ -34,9 +34,10 @@ class generator {
 public:
     explicit generator(uint32_t seed) : engine_(seed) {}
 
-    support::conversion_request request() {
+    second_opinion::conversion_request request() {
         make_image();
-        support::conversion_request made{.input_name = pick({"app.out", "x", "./a.b.c"}), .input = image_.data()};
+        second_opinion::conversion_request made{.input_name = pick({"app.out", "x", "./a.b.c"}),
+                                                .input = image_.data()};
         made.symbols_only = chance(15);
         made.c_text = chance(10);
         made.quiet = chance(15);
@@ -170,7 +171,7 @@ private:
 
 }  // namespace
 
-support::conversion_request random_request(std::uint32_t seed) {
+second_opinion::conversion_request random_request(std::uint32_t seed) {
     return generator(seed).request();
 }
 

@@ -3,12 +3,12 @@
 #ifndef MODFORGE_CASES_RANDOM_REQUEST_H
 #define MODFORGE_CASES_RANDOM_REQUEST_H
 
-#include "support/reference_converter.h"
+#include "tools/second_opinion/conversion.h"
 
 namespace cases {
 
 /// The same seed gives the same request everywhere. Most convert; some end in an error that every run must find.
-support::conversion_request random_request(std::uint32_t seed);
+second_opinion::conversion_request random_request(std::uint32_t seed);
 
 }  // namespace cases
 

@@ -12,8 +12,8 @@ constexpr support::byte_order host =
 
 }  // namespace
 
-using support::conversion;
-using support::conversion_request;
+using second_opinion::conversion;
+using second_opinion::conversion_request;
 using support::run_result;
 
 const std::string banner = "modforge Utility v1.5.1\n"
@@ -55,29 +55,36 @@ std::vector<std::string> prepare(const workshop& shop, const conversion_request&
     return arguments;
 }
 
-void expect_as_predicted(const conversion_request& request, const std::string& words) {
+void expect_conversion(const conversion_request& request) {
+    const conversion expected = second_opinion::convert(request);
+    ASSERT_EQ(expected.status, 0) << expected.why;
     const workshop shop;
-    const conversion expected = support::convert(request);
     const run_result run = shop.run(prepare(shop, request));
-    ASSERT_EQ(run.signal, 0) << run.err;
-    EXPECT_EQ(run.status, expected.status) << run.err;
-    EXPECT_EQ(run.out, banner + expected.out);
-    if (expected.status != 0) {  // also where the message is known: then it was meant to be another
-        EXPECT_NE(run.err.find(words), std::string::npos) << run.err;
-    }
-    if (expected.wording_open) {
-        EXPECT_TRUE(run.err.starts_with(expected.err) && run.err.size() > expected.err.size()) << run.err;
-    } else {
-        EXPECT_EQ(run.err, expected.err);
-    }
-    ASSERT_EQ(shop.has("out.bin"), expected.status == 0);
-    if (expected.status != 0)
-        return;
+    EXPECT_EQ(run.status, 0) << run.signal;
+    EXPECT_EQ(run.out, banner);
+    EXPECT_EQ(run.err, expected.err);
+    ASSERT_TRUE(shop.has("out.bin"));
     const support::bytes module = shop.read("out.bin");
     const auto first =
         std::mismatch(module.begin(), module.end(), expected.module.begin(), expected.module.end()).first;
     EXPECT_TRUE(module == expected.module) << "first difference at byte " << first - module.begin() << ", "
                                            << module.size() << " bytes instead of " << expected.module.size();
+}
+
+void expect_refusal(const conversion_request& request, const std::string& words) {
+    const conversion expected = second_opinion::convert(request);
+    ASSERT_EQ(expected.status, 1) << "it converts";
+    const workshop shop;
+    const run_result run = shop.run(prepare(shop, request));
+    EXPECT_EQ(run.status, 1) << run.signal;
+    EXPECT_EQ(run.out, banner + expected.out);
+    EXPECT_NE((run.out + run.err).find(words), std::string::npos) << run.err;
+    if (expected.wording_open) {
+        EXPECT_TRUE(run.err.starts_with(expected.err) && run.err.size() > expected.err.size()) << run.err;
+    } else {
+        EXPECT_EQ(run.err, expected.err);
+    }
+    EXPECT_FALSE(shop.has("out.bin"));
 }
 
 conversion_request request_for(const support::coff_image& image) {

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "support/coff_builder.h"
-#include "support/reference_converter.h"
 #include "support/run_program.h"
+#include "tools/second_opinion/conversion.h"
 
 namespace cases {
 
@@ -29,14 +29,16 @@ private:
 };
 
 /// Writes the request's files into the workshop and gives the arguments that make the run. The output is "out.bin".
-std::vector<std::string> prepare(const workshop& shop, const support::conversion_request& request);
+std::vector<std::string> prepare(const workshop& shop, const second_opinion::conversion_request& request);
 
-/// Runs the request and expects, of both outputs, the status and the module, exactly what the reference converter
-/// says. Where it leaves an error's words open, `words` must stand in the message.
-void expect_as_predicted(const support::conversion_request& request, const std::string& words = "");
+/// Expects that the request converts, and of both outputs, the status and the module exactly what the second opinion
+/// says.
+void expect_conversion(const second_opinion::conversion_request& request);
+/// Expects a refusal that leaves no output, with these words in its message and all else as the second opinion says.
+void expect_refusal(const second_opinion::conversion_request& request, const std::string& words);
 
 /// A request for one image without anything else.
-support::conversion_request request_for(const support::coff_image& image);
+second_opinion::conversion_request request_for(const support::coff_image& image);
 
 /// ".text" of 8 bytes with a relocation to the undefined "_printf", ".data" of 4 bytes, and the externals "_main"
 /// and "_table" in them.

@@ -1,15 +1,15 @@
 // What becomes of sections, symbols and the entry point: single facts worked out by hand, and whole modules of the
-// images behind them as the reference converter has them.
+// images behind them as the second opinion has them.
 #include "cases/run_modforge.h"
 
 #include <gtest/gtest.h>
 
 using namespace cases;
+using second_opinion::conversion_request;
 using support::bytes;
 using support::coff_image;
 using support::coff_section;
 using support::coff_symbol;
-using support::conversion_request;
 
 namespace {
 
@@ -27,8 +27,8 @@ std::string string_at(const bytes& module, std::size_t offset) {
 
 /// Runs the request, compares the whole, and gives the module.
 bytes module_of(const conversion_request& request) {
-    expect_as_predicted(request);
-    return support::convert(request).module;
+    expect_conversion(request);
+    return second_opinion::convert(request).module;
 }
 
 }  // namespace

@@ -113,8 +113,8 @@ TEST_F(Coffdump, EverySampleAndGeneratedImageIsListed) {
     for (const std::string name : {"audio", "firmware", "sensor"})
         images.push_back(support::read_file(MODFORGE_SAMPLES "/" + name + ".out"));
     for (std::uint32_t seed = 0; seed < 40; ++seed) {
-        const support::conversion_request request = cases::random_request(seed);
-        if (support::convert(request).status == 0)
+        const second_opinion::conversion_request request = cases::random_request(seed);
+        if (second_opinion::convert(request).status == 0)
             images.push_back(request.input);
     }
     for (const support::bytes& image : images) {

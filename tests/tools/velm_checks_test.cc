@@ -1,4 +1,4 @@
-// The checks of velmdump on modules that the reference converter makes: sound ones pass, every damage is found.
+// The checks of velmdump on modules that the second opinion makes: sound ones pass, every damage is found.
 #include "tools/velmdump/checks.h"
 
 #include <gmock/gmock.h>
@@ -10,13 +10,13 @@
 #include "cases/random_request.h"
 #include "support/coff_builder.h"
 #include "support/module_sums.h"
-#include "support/reference_converter.h"
 #include "support/run_program.h"
+#include "tools/second_opinion/conversion.h"
 
 namespace {
 
+using second_opinion::conversion_request;
 using support::bytes;
-using support::conversion_request;
 
 std::vector<finding> findings_of(const bytes& file) {
     return check_module(velm_module(decode_module({file.begin(), file.end()})));
@@ -39,7 +39,7 @@ bytes small_module(bool c_text) {
     image.symbols = {{.name = "_main", .value = 0x100, .scnum = 1},
                      {.name = "_printf", .scnum = 0},
                      {.name = "_local", .value = 0x801, .scnum = 2, .sclass = 3}};
-    return support::convert({.input = image.data(), .c_text = c_text, .packet_size = 300}).module;
+    return second_opinion::convert({.input = image.data(), .c_text = c_text, .packet_size = 300}).module;
 }
 
 using support::put_word;
@@ -49,7 +49,7 @@ using support::word_at;
 TEST(VelmChecks, EveryModuleOfTheConverterIsSound) {
     unsigned modules = 0;
     for (std::uint32_t seed = 0; modules < 1000; ++seed) {
-        const support::conversion conversion = support::convert(cases::random_request(seed));
+        const second_opinion::conversion conversion = second_opinion::convert(cases::random_request(seed));
         if (conversion.status != 0)
             continue;
         ++modules;
@@ -68,7 +68,7 @@ TEST(VelmChecks, EveryModuleOfTheSamplesIsSound) {
             request.c_text = options & 2;
             if (options & 4)
                 request.entries = {{entries.begin(), entries.end()}};
-            const std::vector<finding> findings = findings_of(support::convert(request).module);
+            const std::vector<finding> findings = findings_of(second_opinion::convert(request).module);
             EXPECT_FALSE(has_errors(findings)) << name << " " << options << "\n" << text_of(findings);
         }
     }

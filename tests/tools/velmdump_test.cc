@@ -1,4 +1,4 @@
-// velmdump through its command line, on modules that the reference converter makes.
+// velmdump through its command line, on modules that the second opinion makes.
 #include <gmock/gmock.h>
 
 #include <fstream>
@@ -7,8 +7,8 @@
 
 #include "format/reloc_types.h"
 #include "support/coff_builder.h"
-#include "support/reference_converter.h"
 #include "support/run_program.h"
+#include "tools/second_opinion/conversion.h"
 
 namespace {
 
@@ -43,7 +43,7 @@ protected:
         return result.out;
     }
     void write(const std::string& name, const support::coff_image& image, bool c_text = false) {
-        files.write(name, support::convert({.input = image.data(), .c_text = c_text}).module);
+        files.write(name, second_opinion::convert({.input = image.data(), .c_text = c_text}).module);
     }
 
     support::temporary_directory files;
