@@ -11,9 +11,9 @@
 #include "cases/random_request.h"
 #include "support/coff_builder.h"
 #include "support/module_sums.h"
-#include "support/reference_converter.h"
-#include "support/reference_input.h"
 #include "support/run_program.h"
+#include "tools/second_opinion/coff_input.h"
+#include "tools/second_opinion/conversion.h"
 
 namespace {
 
@@ -120,21 +120,26 @@ private:
     }
 };
 
+/// The name of a section or symbol of it, below.
+std::string name_of(const auto& named) {
+    return std::string(named.name);
+}
+
 /// A linked program, read without the product, as the loader must see it.
 class program {
 public:
-    explicit program(const std::string& path) : data_(read_file(path)), input_(reference::read_coff(data_)) {
-        for (const reference::symbol& s : input_.symbols)
+    explicit program(const std::string& path) : data_(read_file(path)), input_(data_) {
+        for (const second_opinion::symbol& s : input_.symbols)
             symbols_.emplace(s.index, &s);
     }
 
-    [[nodiscard]] const reference::coff_input& input() const { return input_; }
-    [[nodiscard]] bytes contents(const reference::section& s) const {
+    [[nodiscard]] const second_opinion::coff_input& input() const { return input_; }
+    [[nodiscard]] bytes contents(const second_opinion::section& s) const {
         const auto start = data_.begin() + s.scnptr;
         return s.scnptr != 0 ? bytes(start, start + s.byte_size()) : bytes();
     }
-    [[nodiscard]] const reference::symbol& symbol(std::uint32_t index) const { return *symbols_.at(index); }
-    [[nodiscard]] const reference::section* section_of(const reference::symbol& s) const {
+    [[nodiscard]] const second_opinion::symbol& symbol(std::uint32_t index) const { return *symbols_.at(index); }
+    [[nodiscard]] const second_opinion::section* section_of(const second_opinion::symbol& s) const {
         return s.scnum > 0 ? &input_.sections.at(static_cast<std::size_t>(s.scnum) - 1) : nullptr;
     }
     [[nodiscard]] byte_order order() const {
@@ -143,8 +148,8 @@ public:
 
 private:
     bytes data_;
-    reference::coff_input input_;
-    std::map<std::uint32_t, const reference::symbol*> symbols_;
+    second_opinion::coff_input input_;
+    std::map<std::uint32_t, const second_opinion::symbol*> symbols_;
 };
 
 /// Compares a load of all sections with the program that the module was made from.
@@ -159,21 +164,21 @@ public:
         std::map<std::string, std::vector<const offered*>> by_section;
         for (const offered& o : loaded_.relocs)
             by_section[o.section].push_back(&o);
-        for (const reference::section& s : linked_.input().sections) {
-            if (!loaded_.memory.contains(s.name))
+        for (const second_opinion::section& s : linked_.input().sections) {
+            if (!loaded_.memory.contains(name_of(s)))
                 continue;
-            compare(s, by_section[s.name]);
-            next += by_section[s.name].size();
+            compare(s, by_section[name_of(s)]);
+            next += by_section[name_of(s)].size();
         }
         EXPECT_EQ(next, loaded_.relocs.size());
         EXPECT_GT(next, 1000U);
     }
 
     /// How far a section went; sections that hold no place in memory stay.
-    [[nodiscard]] std::uint32_t shift(const reference::section& s) const {
-        return moved_ && (s.flags & 0x13) == 0 && loaded_.memory.contains(s.name) &&
+    [[nodiscard]] std::uint32_t shift(const second_opinion::section& s) const {
+        return moved_ && (s.flags & 0x13) == 0 && loaded_.memory.contains(name_of(s)) &&
                        !(s.name == ".cinit" && (linked_.input().flags & 2) == 0)
-                   ? distance(s.name)
+                   ? distance(name_of(s))
                    : 0;
     }
     static bool within(std::uint32_t value, std::uint32_t start, std::uint32_t size) {
@@ -184,19 +189,21 @@ public:
     }
 
 private:
-    void compare(const reference::section& s, const std::vector<const offered*>& relocs) {
-        SCOPED_TRACE(s.name);
+    void compare(const second_opinion::section& s, const std::vector<const offered*>& relocs) {
+        SCOPED_TRACE(name_of(s));
         bytes expected = linked_.contents(s);
         std::size_t next = 0;
-        for (const reference::relocation& r : s.relocs) {
+        for (std::uint32_t i = 0; i < s.nreloc; ++i) {
+            const second_opinion::relocation r = linked_.input().relocation_at(s, i);
             ASSERT_LT(next, relocs.size());
             ASSERT_NO_FATAL_FAILURE(compare(s, r, *relocs[next++], expected)) << "relocation " << next;
         }
         EXPECT_EQ(next, relocs.size());
-        EXPECT_TRUE(loaded_.memory.at(s.name) == expected) << "contents differ";
+        EXPECT_TRUE(loaded_.memory.at(name_of(s)) == expected) << "contents differ";
     }
 
-    void compare(const reference::section& s, const reference::relocation& r, const offered& o, bytes& expected) {
+    void compare(const second_opinion::section& s, const second_opinion::relocation& r, const offered& o,
+                 bytes& expected) {
         const std::uint32_t place = (r.vaddr - s.vaddr) * (s.width / 8);
         ASSERT_EQ(o.reloc.type, r.type);
         ASSERT_EQ(o.reloc.place_units, r.vaddr - s.vaddr);
@@ -229,16 +236,16 @@ private:
 
     /// A symbol goes where its section runs, unless only its load address explains the value. Without a section in the
     /// module it is an import, if it has a name there.
-    [[nodiscard]] std::uint32_t new_value(const reference::symbol& s) const {
-        const reference::section* home = linked_.section_of(s);
-        if (home != nullptr && loaded_.memory.contains(home->name))
+    [[nodiscard]] std::uint32_t new_value(const second_opinion::symbol& s) const {
+        const second_opinion::section* home = linked_.section_of(s);
+        if (home != nullptr && loaded_.memory.contains(name_of(*home)))
             return s.value +
                    shift(*home) *
                        (within(s.value, home->paddr, home->size) || !within(s.value, home->vaddr, home->size) ? 1 : 3);
         return moved_ && s.scnum >= 0 && s.sclass != 3 ? import_address : s.value;
     }
 
-    void compare_symbol(const reference::symbol& s, const offered& o) {
+    void compare_symbol(const second_opinion::symbol& s, const offered& o) {
         ASSERT_EQ(o.reloc.operand, VELM_SYMBOL);
         ASSERT_EQ(o.reloc.symbol.linked, s.value);
         ASSERT_EQ(o.reloc.symbol.value, new_value(s)) << s.name;
@@ -278,9 +285,9 @@ TEST_P(LoaderSamples, ArriveAsLinkedAndMoved) {
             compared.run();
             EXPECT_EQ(loaded.opened.length, module.size());
             EXPECT_EQ(loaded.entry.address, entry->value + compared.shift(*linked.section_of(*entry)));
-            for (const reference::symbol& s : linked.input().symbols) {
-                if (loaded.exports.contains(s.name) && s.sclass == 2 && s.scnum > 0) {
-                    EXPECT_EQ(loaded.exports.at(s.name), s.value + compared.shift(*linked.section_of(s))) << s.name;
+            for (const second_opinion::symbol& s : linked.input().symbols) {
+                if (loaded.exports.contains(name_of(s)) && s.sclass == 2 && s.scnum > 0) {
+                    EXPECT_EQ(loaded.exports.at(name_of(s)), s.value + compared.shift(*linked.section_of(s))) << s.name;
                 }
             }
         }
@@ -291,7 +298,7 @@ TEST_P(LoaderSamples, ArriveAsLinkedAndMoved) {
 TEST(Loader, OpensEveryModuleOfTheConverter) {
     unsigned modules = 0;
     for (std::uint32_t seed = 0; modules < 300; ++seed) {
-        const conversion made = convert(cases::random_request(seed));
+        const second_opinion::conversion made = second_opinion::convert(cases::random_request(seed));
         if (made.status != 0 || made.module.at(0) == '0')
             continue;
         for (const bytes& module : {made.module, byte_swapped(made.module)}) {
