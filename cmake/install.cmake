@@ -16,7 +16,12 @@ install(FILES
   cmake/package/modforge_make_module.cmake
   DESTINATION "${modforge_package_dir}")
 
-install(FILES README.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+install(FILES README.md packaging/copyright DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+if(MODFORGE_DEBIAN_PACKAGE)
+  add_custom_target(modforge_changelog ALL BYPRODUCTS changelog.Debian.gz
+    COMMAND gzip -9nc "${PROJECT_SOURCE_DIR}/packaging/changelog" > changelog.Debian.gz)
+  install(FILES "${PROJECT_BINARY_DIR}/changelog.Debian.gz" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+endif()
 install(DIRECTORY docs/ DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs")
 install(DIRECTORY examples/ DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" USE_SOURCE_PERMISSIONS)
 

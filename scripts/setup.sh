@@ -29,6 +29,12 @@ valgrind            valgrind
 gcc-arm-none-eabi   arm-none-eabi-gcc
 '
 
+# What making packages needs beyond building.
+package_needs='
+dpkg-dev  dpkg-shlibdeps
+lintian   lintian
+'
+
 # Prints the packages of the list $1 whose proof is missing.
 missing_packages() {
   local package proof
