@@ -29,6 +29,12 @@ valgrind            valgrind
 gcc-arm-none-eabi   arm-none-eabi-gcc
 '
 
+# What the examples' builds need beyond that.
+example_needs='
+make   make
+meson  meson
+'
+
 # What making packages needs beyond building.
 package_needs='
 dpkg-dev  dpkg-shlibdeps
