@@ -4,16 +4,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 
+#include "format/limits.h"
 #include "msg/end_run.h"
 #include "msg/user_msg.h"
-
-namespace {
-
-constexpr std::uint16_t most_sections = std::numeric_limits<std::int16_t>::max();
-
-}  // namespace
 
 COFF_FILE::COFF_FILE(bool any_target) : any_target_(any_target) {}
 
@@ -88,9 +82,8 @@ bool COFF_FILE::set_file_length(std::FILE* fp) {
         return false;
     }
     std::fseek(fp, position, SEEK_SET);
-    if (length < 0 || length > std::numeric_limits<std::int32_t>::max()) {
-        UMSG.message(USER_MSG::ERROR, "%s: too long: a file may have %d bytes", label(),
-                     std::numeric_limits<std::int32_t>::max());
+    if (length < 0 || length > max_coff_file_size) {
+        UMSG.message(USER_MSG::ERROR, "%s: too long: a file may have %d bytes", label(), max_coff_file_size);
         return false;
     }
     file_length_ = static_cast<std::int32_t>(length);
@@ -120,10 +113,9 @@ bool COFF_FILE::read_headers() {
     if (!read_file_hdr())
         return false;
     // A count that the file does not hold is told by the first header that is missing.
-    if (file_hdr_.fh_nscns > most_sections &&
+    if (file_hdr_.fh_nscns > max_sections &&
         holds(std::ftell(fp_), sizeof(scnhdr) * std::uint64_t{file_hdr_.fh_nscns})) {
-        UMSG.message(USER_MSG::ERROR, "%s: %u sections: a file may have %u", label(), file_hdr_.fh_nscns,
-                     most_sections);
+        UMSG.message(USER_MSG::ERROR, "%s: %u sections: a file may have %u", label(), file_hdr_.fh_nscns, max_sections);
         return false;
     }
     sections_.clear();
@@ -199,7 +191,7 @@ bool COFF_FILE::check_relocs() const {
             return false;
         total += std::uint64_t{section->sh_nreloc()} * sizeof(reloc);
     }
-    if (total <= std::uint64_t{16} * static_cast<std::uint32_t>(file_length_) + (std::uint64_t{16} << 20))
+    if (total <= proportionate_size(file_length_))
         return true;
     UMSG.message(USER_MSG::ERROR, "%s: %llu bytes of relocations in a file of %d bytes", label(),
                  static_cast<unsigned long long>(total), file_length_);

@@ -24,20 +24,20 @@ COFF_SYMBOL* COFF_SYMBOL::func_bf_sym() const {
 
 std::uint16_t COFF_SYMBOL::func_lnno() const {
     const COFF_SYMBOL* const mark = func_bf_sym();
-    return mark->aux_ ? mark->aux_->half(4) : std::uint16_t{0};
+    return mark->aux_ ? mark->aux_->half(aux_line) : std::uint16_t{0};
 }
 
 std::uint16_t COFF_SYMBOL::func_lcnt() const {
     const COFF_SYMBOL* const mark = func_bf_sym();
-    return mark->aux_ ? mark->aux_->half(6) : std::uint16_t{0};
+    return mark->aux_ ? mark->aux_->half(aux_line_count) : std::uint16_t{0};
 }
 
 std::uint32_t COFF_SYMBOL::func_regmask() const {
-    return func_bf_sym()->aux_word(0);
+    return func_bf_sym()->aux_word(aux_regmask);
 }
 
 std::uint32_t COFF_SYMBOL::func_framesize() const {
-    return func_bf_sym()->aux_word(8);
+    return func_bf_sym()->aux_word(aux_framesize);
 }
 
 void COFF_SYMBOL::func_lnnos(SLIST* list) const {

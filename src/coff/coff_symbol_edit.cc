@@ -115,9 +115,9 @@ void COFF_SYMBOL_TABLE::describe_section(COFF_SYMBOL* symbol, const COFF_SECTION
     symbol->entry_.n_scnum = static_cast<std::int16_t>(section->scnum());
     if (!symbol->aux_)
         return;
-    symbol->aux_->set_word(0, section->size_in_words());
-    symbol->aux_->set_half(4, static_cast<std::uint16_t>(section->sh_nreloc()));
-    symbol->aux_->set_half(6, static_cast<std::uint16_t>(section->sh_nlnno()));
+    symbol->aux_->set_word(aux_scn_length, section->size_in_words());
+    symbol->aux_->set_half(aux_scn_nreloc, static_cast<std::uint16_t>(section->sh_nreloc()));
+    symbol->aux_->set_half(aux_scn_nlnno, static_cast<std::uint16_t>(section->sh_nlnno()));
 }
 
 std::uint32_t COFF_SYMBOL_TABLE::add_section_symbol(COFF_SECTION* section) {

@@ -2,7 +2,6 @@
 #include <cstring>
 #include <string>
 
-#include "coff/aux_facts.h"
 #include "coff/coff_file.h"
 #include "coff/coff_symbol_table.h"
 #include "coff/listing_text.h"
@@ -30,8 +29,8 @@ void COFF_SYMBOL::dump_aux(const COFF_SYMBOL* symbol, std::FILE* out) const {
     if (symbol->form() == aux_form::file)
         std::fprintf(out, " file %s",
                      printable(reinterpret_cast<const char*>(aux->bytes), file_name_length(*aux)).c_str());
-    for (const auto& [name, value] : aux_facts(*aux, symbol->form()))
-        std::fprintf(out, " %s %u", name, value);
+    for (const aux_field& field : aux_fields(symbol->form()))
+        std::fprintf(out, " %s %u", field.name, aux->value(field));
     std::fputc('\n', out);
 }
 
@@ -43,8 +42,8 @@ void COFF_SYMBOL::dump_aux_xml(const COFF_SYMBOL* symbol, std::FILE* out) const 
     if (symbol->form() == aux_form::file)
         std::fprintf(out, " file=\"%s\"",
                      xml_text(reinterpret_cast<const char*>(aux->bytes), file_name_length(*aux)).c_str());
-    for (const auto& [name, value] : aux_facts(*aux, symbol->form()))
-        std::fprintf(out, " %s=\"%u\"", name, value);
+    for (const aux_field& field : aux_fields(symbol->form()))
+        std::fprintf(out, " %s=\"%u\"", field.name, aux->value(field));
     std::fputs("/>", out);
 }
 

@@ -198,17 +198,6 @@ SLIST::NODE* COFF_SYMBOL_TABLE::find_func_sym(std::uint32_t address) {
 }
 
 const char* COFF_SYMBOL_TABLE::sclass_name(std::int8_t sclass) const {
-    static constexpr const char* low[] = {nullptr,     "C_AUTO",   "C_EXT",       "C_STAT",   "C_REG",    "C_EXTREF",
-                                          "C_LABEL",   "C_ULABEL", "C_MOS",       "C_ARG",    "C_STRTAG", "C_MOU",
-                                          "C_UNTAG",   "C_TPDEF",  "C_USTATIC",   "C_ENTAG",  "C_MOE",    "C_REGPARM",
-                                          "C_FIELD",   "C_UEXT",   "C_STATLAB",   "C_EXTLAB", "C_VREG",   "C_SYSTEM",
-                                          "C_STATREG", "C_EXTREG", "C_EXTREFREG", "C_VARARG", "C_EXTDEF", "C_USTATREG"};
-    static constexpr const char* high[] = {"C_BLOCK", "C_FCN",    "C_EOS",  "C_FILE", "C_LINE", "C_ALIAS",
-                                           "C_PREF",  "C_GRPTAG", "C_SMOG", "C_EMOG", "C_EOG"};
-    static_assert(std::size(low) == C_USTATREG + 1 && std::size(high) == C_EOG - C_BLOCK + 1);
-    if (sclass >= C_AUTO && sclass <= C_USTATREG)
-        return low[sclass];
-    if (sclass >= C_BLOCK && sclass <= C_EOG)
-        return high[sclass - C_BLOCK];
-    return "INVALID STORAGE CLASS";
+    const char* const name = storage_class_name(sclass);
+    return name ? name : "INVALID STORAGE CLASS";
 }

@@ -8,14 +8,13 @@
 #include "coff/symbol_view.h"
 #include "convert/options.h"
 #include "convert/velm_file.h"
+#include "format/limits.h"
 #include "msg/error_exit.h"
 
 const std::uint32_t fixed_hash_key = 27;
 static_assert(entries_buckets == (0xFFFFFFFFU >> 27) + 1);
 
 namespace {
-
-constexpr std::size_t max_token = 255;
 
 name_index& index_of(entries_file_sym** table) {
     return table == entry_sym_table ? entries_lookup.symbols : entries_lookup.excluded;
@@ -49,7 +48,7 @@ private:
     const char* token_from(int c) {
         std::size_t length = 0;
         for (; c != EOF && !is_blank(c); c = get()) {
-            if (length == max_token)
+            if (length == max_entry_length)
                 error_exit("ERROR: %s:%lu: an entry has more than 255 characters\n", file_name_, line_);
             token_[length++] = static_cast<char>(c);
         }
@@ -75,7 +74,7 @@ private:
     char buffer_[4096];
     std::size_t at_ = 0;
     std::size_t end_ = 0;
-    char token_[max_token + 1];
+    char token_[max_entry_length + 1];
 };
 
 void add_token(const char* token) {
@@ -172,8 +171,8 @@ bool is_entries_symbol(const symbol_view& sym) {
     if (entries_files_list.size() == 0)
         return true;
     // Entries have at most 255 characters: what lies behind them in a name, however long, is never looked at.
-    const std::string_view name(sym.name(), strnlen(sym.name(), max_token + 1));
-    if (name.size() <= max_token) {
+    const std::string_view name(sym.name(), strnlen(sym.name(), max_entry_length + 1));
+    if (name.size() <= max_entry_length) {
         if (entries_file_sym* entry = find_matching_entry(sym.name(), entry_sym_table)) {
             entry->found = 1;
             return true;
@@ -190,7 +189,7 @@ bool is_entries_symbol(const symbol_view& sym) {
 }
 
 bool is_exported_symbols_section(const char* name) {
-    const std::string_view text(name, strnlen(name, max_token + 1));
+    const std::string_view text(name, strnlen(name, max_entry_length + 1));
     entries_file_sym* entry = entries_lookup.find(entries_lookup.export_sections, text);
     if (!entry)
         return false;
@@ -202,10 +201,10 @@ bool is_entries_section(COFF_SECTION* scn) {
     if (entries_files_list.size() == 0)
         return false;
     // From the whole name down to what stands before its first colon. Longer than every entry: cannot match.
-    const std::string_view name(scn->name(), strnlen(scn->name(), max_token + 1));
+    const std::string_view name(scn->name(), strnlen(scn->name(), max_entry_length + 1));
     std::size_t length = name.size();
     while (length != std::string_view::npos) {
-        if (length <= max_token && entries_lookup.find(entries_lookup.excluded, name.substr(0, length)))
+        if (length <= max_entry_length && entries_lookup.find(entries_lookup.excluded, name.substr(0, length)))
             return true;
         length = length == 0 ? std::string_view::npos : name.rfind(':', length - 1);
     }

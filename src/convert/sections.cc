@@ -10,23 +10,12 @@
 #include "convert/options.h"
 #include "convert/string_table.h"
 #include "format/address_units.h"
+#include "format/limits.h"
 #include "format/reloc_types.h"
 #include "msg/allocation.h"
 #include "msg/error_exit.h"
 
 namespace {
-
-/// The COFF section and file flags that decide here.
-enum : std::uint32_t {
-    STYP_DSECT = 0x0001,
-    STYP_NOLOAD = 0x0002,
-    STYP_COPY = 0x0010,
-    STYP_TEXT = 0x0020,
-    STYP_BSS = 0x0080,
-    STYP_ALIGN = 0x0F00,
-    F_RELFLG = 0x0001,
-    F_EXEC = 0x0002,
-};
 
 bool has_flag(COFF_SECTION* scn, std::uint32_t flag) {
     return (scn->sh_flags() & flag) != 0;
@@ -49,17 +38,17 @@ void check_contents_size(COFF_SECTION* scn, std::uint64_t& total) {
         error_exit("ERROR: Section %s: contents of %llu bytes are too large\n", scn->name(),
                    static_cast<unsigned long long>(size));
     total += size;
-    if (total > proportionate_size())
+    if (total > proportionate_size(coff_file.file_length()))
         error_exit("ERROR: Section %s: the contents of the sections are out of proportion to the input\n", scn->name());
 }
 
 std::uint16_t section_type(COFF_SECTION* scn) {
     // The order of the tests decides: a section that is both text and bss is code.
-    if (has_flag(scn, STYP_TEXT))
+    if (has_flag(scn, s_text))
         return velm_scn_code;
-    if (has_flag(scn, STYP_BSS))
+    if (has_flag(scn, s_bss))
         return velm_scn_uninitialised;
-    if (has_flag(scn, STYP_COPY) && is_cinit(scn))
+    if (has_flag(scn, s_copy) && is_cinit(scn))
         return velm_scn_init_table;
     return velm_scn_data;
 }
@@ -67,16 +56,16 @@ std::uint16_t section_type(COFF_SECTION* scn) {
 /// The flags that say how the loader treats the contents.
 std::uint32_t load_flags(COFF_SECTION* scn) {
     // Nobody runs the start-up code of a file that is not executable: its initialisation tables are the loader's work.
-    const bool loader_initialises = (coff_file.fh_flags() & F_EXEC) == 0 && !allow_runtime_cinit;
-    if (is_cinit(scn) && !has_flag(scn, STYP_COPY) && loader_initialises)
-        scn->add_flag(STYP_COPY);
-    const bool copied = has_flag(scn, STYP_COPY);
+    const bool loader_initialises = (coff_file.fh_flags() & f_exec) == 0 && !allow_runtime_cinit;
+    if (is_cinit(scn) && !has_flag(scn, s_copy) && loader_initialises)
+        scn->add_flag(s_copy);
+    const bool copied = has_flag(scn, s_copy);
     std::uint32_t flags = 0;
     // On purpose a bss section with a file pointer counts as one with data here, though it gets no packets, and a copy
     // section with contents counts only when it is ".cinit", though it gets packets.
     if (scn->sh_scnptr() != 0 && (!copied || is_cinit(scn)))
         flags |= velm_scn_has_data;
-    if (!copied && (coff_file.fh_flags() & F_RELFLG) == 0)
+    if (!copied && (coff_file.fh_flags() & f_relflg) == 0)
         flags |= velm_scn_relocated;
     return flags;
 }
@@ -93,7 +82,7 @@ reloc_record cleaned(reloc_record record) {
 
 /// The group of the header. Reads the COFF flags as init_sect_flags left them.
 scn_group group_of(const velm_scnhdr& hdr, COFF_SECTION* scn) {
-    if (has_flag(scn, STYP_COPY))
+    if (has_flag(scn, s_copy))
         return (hdr.flags & velm_scn_type_mask) == velm_scn_init_table ? scn_group::init_table : scn_group::copy;
     return (hdr.flags & (velm_scn_relocated | velm_scn_has_data)) != 0 ? scn_group::loaded : scn_group::other;
 }
@@ -147,7 +136,7 @@ bool keep_section(COFF_SECTION* scn) {
     const bool referenced = scn_refd[static_cast<std::size_t>(scn->scnum())] != 0;
     if (symbols_only)
         return referenced;
-    if (has_flag(scn, STYP_DSECT | STYP_NOLOAD))
+    if (has_flag(scn, s_dummy | s_noload))
         return false;
     if (scn->wordsz() != 8 && scn->wordsz() != 16 && scn->wordsz() != 32)
         error_exit("ERROR: Section %s: a memory width of %d bits is not supported\n", scn->name(), scn->wordsz());
@@ -178,7 +167,7 @@ void init_sect_flags(velm_scnhdr* hdr, COFF_SECTION* scn) {
     std::uint32_t flags = 0;
     if (!symbols_only && scn->size_in_bytes() != 0)
         flags = load_flags(scn);
-    flags |= scn->sh_flags() & STYP_ALIGN;
+    flags |= scn->sh_flags() & s_align;
     flags |= section_type(scn);
     hdr->flags = static_cast<std::uint16_t>(flags);
     if (flags & velm_scn_relocated)

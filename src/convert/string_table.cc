@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "convert/velm_file.h"
+#include "format/limits.h"
 #include "msg/allocation.h"
 #include "msg/error_exit.h"
 
@@ -12,12 +13,9 @@ const char* str_table_buf;
 
 namespace {
 
-/// The longest name whose length with terminator fits the header's 16 bits.
-constexpr std::size_t longest_name = 65534;
-
 /// Ends the run when a table of `size` bytes is more than the input or the module's format justifies.
 void check_table_size(std::uint64_t size) {
-    if (size > proportionate_size())
+    if (size > proportionate_size(coff_file.file_length()))
         error_exit("ERROR: The names of the module are out of proportion to the input\n");
     if (size > UINT32_MAX - 3)
         error_exit("ERROR: The module would have 4 GiB or more\n");
@@ -33,8 +31,8 @@ bool is_string(std::uint32_t offset, std::string_view name) {
 }  // namespace
 
 std::uint32_t add_to_string_list(const char* name) {
-    const std::string_view text(name, strnlen(name, longest_name + 1));
-    if (text.size() > longest_name)
+    const std::string_view text(name, strnlen(name, max_name_length + 1));
+    if (text.size() > max_name_length)
         error_exit("ERROR: A name of the module has more than 65534 characters: %.60s...\n", name);
     const allocation_scope scope("ERROR: Unable to allocate string table entry\n");
     const std::uint32_t offset = velm_file.string_offsets.find_or_add(text, velm_file.strtab_size, is_string);

@@ -14,6 +14,7 @@
 #include "convert/options.h"
 #include "convert/string_table.h"
 #include "convert/velm_file.h"
+#include "format/limits.h"
 #include "format/reloc_types.h"
 #include "msg/allocation.h"
 #include "msg/error_exit.h"
@@ -22,26 +23,6 @@ namespace {
 
 bool is_entry_point(const symbol_view& sym) {
     return std::strcmp(sym.name(), "__DLStart") == 0;
-}
-
-bool is_accepted_class(int sclass) {
-    switch (sclass) {
-    case C_EXT:
-    case C_STAT:
-    case C_EXTREF:
-    case C_LABEL:
-    case C_USTATIC:
-    case C_UEXT:
-    case C_EXTLAB:
-    case C_SYSTEM:
-    case C_STATREG:
-    case C_EXTREG:
-    case C_EXTREFREG:
-    case C_EXTDEF:
-        return true;
-    default:
-        return false;
-    }
 }
 
 /// `scnum`, above 0, as an index into the tables by section number. One above the section count ends the run.
@@ -101,7 +82,7 @@ std::int16_t module_section(const symbol_view& sym) {
 /// Adds the symbol to the module and gives its index there.
 std::uint16_t make_symbol(const symbol_view& sym) {
     const allocation_scope scope("ERROR: Unable to allocate storage for a VELM symbol\n");
-    if (velm_file.nsyms == UINT16_MAX)
+    if (velm_file.nsyms == max_module_symbols)
         error_exit("ERROR: The module would have more than 65535 symbols\n");
     velm_symbol record;
     record.value = static_cast<std::uint32_t>(sym.value());
@@ -122,7 +103,7 @@ void init_reference_tables() {
 bool keep_symbol(const symbol_view& sym, std::uint32_t index) {
     if (!is_accepted_class(sym.sclass()))
         return false;
-    const bool external = sym.sclass() == C_EXT || sym.sclass() == C_EXTLAB;
+    const bool external = is_external_class(sym.sclass());
     if (symbols_only)
         return sym.scnum() != 0 && external && is_entries_symbol(sym);
     return sym_refd[index] || (external && is_entries_symbol(sym));

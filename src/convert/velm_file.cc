@@ -84,7 +84,3 @@ void cleanup_velm() {
     c2v_symbol_xtbl = {};
     release_filename_out();
 }
-
-std::uint64_t proportionate_size() {
-    return 16 * static_cast<std::uint64_t>(coff_file.file_length()) + (std::uint64_t{16} << 20);
-}

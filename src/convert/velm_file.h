@@ -97,8 +97,4 @@ void cleanup_im_n_relocs();
 void cleanup_sect_hdrs();
 void cleanup_symbols();
 
-/// How many bytes the input justifies for one kind of table whose parts may overlap in the file: without a bound, a
-/// file of 2 MB could ask for gigabytes.
-std::uint64_t proportionate_size();
-
 #endif

@@ -24,7 +24,7 @@ void turn_signals_into_errors() {
 
 /// Nobody needs to see it: a standard output that is closed or full is no reason to stop.
 void print_banner() {
-    std::printf("modforge Utility v%s\n", "1.5.1");
+    std::printf("modforge Utility v%s\n", MODFORGE_VERSION);
     std::printf("Converts a linked COFF executable into a dynamically loadable VELM module.\n\n");
     std::fflush(stdout);
 }

@@ -10,14 +10,12 @@
 #include "containers/slist.h"
 #include "convert/file_names.h"
 #include "convert/options.h"
+#include "format/limits.h"
 #include "msg/allocation.h"
 #include "msg/end_run.h"
 #include "msg/error_exit.h"
 
 namespace {
-
-constexpr long min_packet_size = 300;
-constexpr long max_packet_size = 1024;
 
 /// Makes `text` + room for `extra` characters the output name.
 void set_filename_out(const char* text, std::size_t extra) {
@@ -48,9 +46,9 @@ void set_packet_size(const char* text) {
     // Junk behind the digits is accepted, and no digits are 0, on purpose. What strtol saturates is judged as it is.
     const long size = std::strtol(text, nullptr, 10);
     if (size < min_packet_size)
-        error_exit("ERROR: Invalid value for image packet size: Minimum is %d bytes\n", int{min_packet_size});
+        error_exit("ERROR: Invalid value for image packet size: Minimum is %d bytes\n", min_packet_size);
     if (size > max_packet_size)
-        error_exit("ERROR: Invalid value for image packet size: Maximum is %d bytes\n", int{max_packet_size});
+        error_exit("ERROR: Invalid value for image packet size: Maximum is %d bytes\n", max_packet_size);
     if (size % 4 != 0)
         error_exit("ERROR: Image packet size must align to a 32-bit boundary\n");
     image_packet_size = static_cast<std::int32_t>(size);

@@ -1,8 +1,6 @@
 // Which fields of a record have a byte order.
 #include "format/coff_records.h"
 
-#include <initializer_list>
-
 #include "format/reloc_types.h"
 
 namespace {
@@ -14,14 +12,6 @@ void swap_name_offset(char (&name)[8]) {
 
 std::int16_t swapped_signed(std::int16_t value) {
     return static_cast<std::int16_t>(swapped(static_cast<std::uint16_t>(value)));
-}
-
-/// The numbers of an auxiliary entry, by their offsets.
-void swap_numbers(auxent& entry, std::initializer_list<std::size_t> words, std::initializer_list<std::size_t> halves) {
-    for (const std::size_t offset : words)
-        entry.set_word(offset, swapped(entry.word(offset)));
-    for (const std::size_t offset : halves)
-        entry.set_half(offset, swapped(entry.half(offset)));
 }
 
 }  // namespace
@@ -77,27 +67,4 @@ void swap_record(syment& entry) {
     entry.n_value = static_cast<std::int32_t>(swapped(static_cast<std::uint32_t>(entry.n_value)));
     entry.n_scnum = swapped_signed(entry.n_scnum);
     entry.n_type = swapped(entry.n_type);
-}
-
-void swap_record(auxent& entry, aux_form form) {
-    switch (form) {
-    case aux_form::file:
-        return;
-    case aux_form::block:
-    case aux_form::function_mark:
-        return swap_numbers(entry, {12}, {4});
-    case aux_form::begin_function:
-        return swap_numbers(entry, {0, 8, 12}, {4, 6});
-    case aux_form::tag:
-        return swap_numbers(entry, {4, 12}, {});
-    case aux_form::function:
-        return swap_numbers(entry, {0, 4, 8, 12}, {});
-    case aux_form::array:
-        return swap_numbers(entry, {0, 4}, {8, 10, 12, 14});
-    case aux_form::section:
-        return swap_numbers(entry, {0}, {4, 6});
-    case aux_form::end_of_struct:
-    case aux_form::other:
-        return swap_numbers(entry, {0, 4}, {});
-    }
 }

@@ -11,7 +11,9 @@
 #include <cstring>
 #include <type_traits>
 
+#include "format/aux_forms.h"
 #include "format/reloc_record.h"
+#include "format/storage_classes.h"
 
 inline constexpr std::uint16_t coff_version_2 = 0x00C2;
 
@@ -116,51 +118,6 @@ struct lineno_slot {
 };
 static_assert(sizeof(lineno_slot) == 8 && std::is_trivially_copyable_v<lineno_slot>);
 
-/// Storage classes of symbols. Signed on purpose: a byte from 0x80 on is a negative class.
-enum storage_class : std::int8_t {
-    C_NULL = 0,
-    C_AUTO = 1,
-    C_EXT = 2,
-    C_STAT = 3,
-    C_REG = 4,
-    C_EXTREF = 5,
-    C_LABEL = 6,
-    C_ULABEL = 7,
-    C_MOS = 8,
-    C_ARG = 9,
-    C_STRTAG = 10,
-    C_MOU = 11,
-    C_UNTAG = 12,
-    C_TPDEF = 13,
-    C_USTATIC = 14,
-    C_ENTAG = 15,
-    C_MOE = 16,
-    C_REGPARM = 17,
-    C_FIELD = 18,
-    C_UEXT = 19,
-    C_STATLAB = 20,
-    C_EXTLAB = 21,
-    C_VREG = 22,
-    C_SYSTEM = 23,
-    C_STATREG = 24,
-    C_EXTREG = 25,
-    C_EXTREFREG = 26,
-    C_VARARG = 27,
-    C_EXTDEF = 28,
-    C_USTATREG = 29,
-    C_BLOCK = 100,
-    C_FCN = 101,
-    C_EOS = 102,
-    C_FILE = 103,
-    C_LINE = 104,
-    C_ALIAS = 105,
-    C_PREF = 106,
-    C_GRPTAG = 107,
-    C_SMOG = 108,
-    C_EMOG = 109,
-    C_EOG = 110,
-};
-
 inline constexpr std::uint16_t type_derived_mask = 0x30;  ///< first derived type
 inline constexpr std::uint16_t type_function = 0x20;
 inline constexpr std::uint16_t type_array = 0x30;
@@ -180,33 +137,6 @@ struct syment {
 static_assert(sizeof(syment) == 18 && offsetof(syment, n_value) == 8 && offsetof(syment, n_numaux) == 17);
 static_assert(std::is_trivially_copyable_v<syment>);
 
-/// Size of an auxiliary entry in the file, bytes.
-inline constexpr std::size_t aux_size = 18;
-
-/// What an auxiliary entry holds; it follows from the class and type of the symbol that it belongs to.
-enum class aux_form { file, block, function_mark, begin_function, end_of_struct, tag, function, array, section, other };
-
-/// Auxiliary entry of a symbol, in host order. Its fields differ by form, so they are read by their place.
-struct auxent {
-    unsigned char bytes[20];  ///< the entry's 18 bytes, then slack
-
-    [[nodiscard]] std::uint32_t word(std::size_t offset) const {
-        std::uint32_t value;
-        std::memcpy(&value, bytes + offset, sizeof value);
-        return value;
-    }
-    [[nodiscard]] std::uint16_t half(std::size_t offset) const {
-        std::uint16_t value;
-        std::memcpy(&value, bytes + offset, sizeof value);
-        return value;
-    }
-    void set_word(std::size_t offset, std::uint32_t value) { std::memcpy(bytes + offset, &value, sizeof value); }
-    void set_half(std::size_t offset, std::uint16_t value) { std::memcpy(bytes + offset, &value, sizeof value); }
-};
-
-/// Where the fields lie that several forms share, bytes.
-inline constexpr std::size_t aux_tag_index = 0, aux_entry_size = 4, aux_lnnoptr = 8, aux_dimensions = 8, aux_next = 12;
-
 /// Brings a record of the opposite byte order into host order.
 void swap_record(filehdr& header);
 void swap_record(opthdr& header);
@@ -214,7 +144,6 @@ void swap_record(scnhdr& header);
 void swap_record(reloc& entry);
 void swap_record(lineno& entry);
 void swap_record(syment& entry);
-void swap_record(auxent& entry, aux_form form);
 
 /// The value with its bytes in reverse order.
 constexpr std::uint16_t swapped(std::uint16_t value) {

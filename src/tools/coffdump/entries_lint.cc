@@ -11,6 +11,7 @@
 #include "coff/coff_section.h"
 #include "coff/coff_symbol.h"
 #include "coff/coff_symbol_table.h"
+#include "format/limits.h"
 #include "format/reloc_record.h"
 #include "format/reloc_types.h"
 #include "tools/common/file_input.h"
@@ -18,8 +19,6 @@
 #include "tools/common/tool_run.h"
 
 namespace {
-
-constexpr std::size_t max_token = 255;
 
 bool is_blank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
@@ -54,27 +53,17 @@ struct candidate {
     bool referenced;  ///< some relocation uses it
 };
 
-bool is_external(int sclass) {
-    return sclass == C_EXT || sclass == C_EXTLAB;
-}
-
-bool is_kept_class(int sclass) {
-    static const std::set<int> kept = {C_EXT,    C_STAT,   C_EXTREF,  C_LABEL,  C_USTATIC,   C_UEXT,
-                                       C_EXTLAB, C_SYSTEM, C_STATREG, C_EXTREG, C_EXTREFREG, C_EXTDEF};
-    return kept.count(sclass) != 0;
-}
-
 /// Why the module will not show the symbol under its name although an entry asks for it; empty when it will.
 std::string obstacle_of(const candidate& symbol) {
     if (symbol.name == "__DLStart")
         return "is the entry point, which travels without a name";
-    if (!is_kept_class(symbol.sclass))
+    if (!is_accepted_class(symbol.sclass))
         return "has a storage class that no module holds";
     if (symbol.sclass == C_STAT)
         return "is static, and static symbols have no name in a module";
     if (!symbol.defined)
         return "is undefined: it is imported, not exported";
-    if (!is_external(symbol.sclass) && !symbol.referenced)
+    if (!is_external_class(symbol.sclass) && !symbol.referenced)
         return "is not external and no relocation uses it";
     return {};
 }
@@ -198,7 +187,7 @@ bool read_entries(const std::string& file, std::vector<placed_entry>& entries) {
             const std::size_t start = at;
             while (at < text.size() && !is_blank(text[at]))
                 ++at;
-            if (at - start > max_token) {
+            if (at - start > max_entry_length) {
                 complain("%s:%lu: an entry has more than 255 characters", printable(file).c_str(), line);
                 return false;
             }
@@ -221,7 +210,7 @@ void apply_entries(COFF_FILE& input, std::vector<placed_entry>& entries) {
         const std::string obstacle = obstacle_of(symbol);
         // A symbol of a debugging class is nobody's match, unless an entry names it outright.
         std::vector<placed_entry*> applying = book.all_for(symbol);
-        if (!is_kept_class(symbol.sclass) && (applying.empty() || applying[0]->kind != placed_entry::symbol))
+        if (!is_accepted_class(symbol.sclass) && (applying.empty() || applying[0]->kind != placed_entry::symbol))
             continue;
         count(applying, obstacle, obstacle.empty());
     }

@@ -4,7 +4,6 @@
 #include <string>
 #include <string_view>
 
-#include "coff/aux_facts.h"
 #include "coff/coff_file.h"
 #include "coff/coff_section.h"
 #include "coff/coff_symbol.h"
@@ -88,8 +87,8 @@ json auxiliary(COFF_SYMBOL& symbol) {
         const auto* name = reinterpret_cast<const char*>(aux.bytes);
         put_name(object, "file", std::string(name, strnlen(name, aux_size)));
     }
-    for (const auto& [name, value] : aux_facts(aux, symbol.form()))
-        object[name] = value;
+    for (const aux_field& field : aux_fields(symbol.form()))
+        object[field.name] = aux.value(field);
     return object;
 }
 

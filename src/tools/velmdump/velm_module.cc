@@ -5,24 +5,8 @@
 #include <iterator>
 
 #include "format/reloc_types.h"
+#include "format/targets.h"
 #include "tools/velmdump/module_bytes.h"
-
-int target_width(std::uint16_t target_id) {
-    switch (target_id) {
-    case 0x93:
-        return 32;
-    case 0x97:
-    case 0x99:
-    case 0x9C:
-    case 0x9F:
-        return 8;
-    case 0x98:
-    case 0x9D:
-        return 16;
-    default:
-        return 0;
-    }
-}
 
 namespace {
 

@@ -125,7 +125,4 @@ private:
     [[nodiscard]] int width_of(const section_place& section) const;
 };
 
-/// Bits per address unit of a target, 0 when it is not known.
-int target_width(std::uint16_t target_id);
-
 #endif
