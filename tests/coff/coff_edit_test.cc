@@ -14,7 +14,7 @@ using testing::ExitedWithCode;
 coff_image full_image(byte_order order) {
     coff_image image{.order = order, .target_id = 0x98, .flags = 0x1103};
     image.optional_header = coff_optional_header{.tsize = 64, .entrypt = 0x20, .data_start = 0x40};
-    image.sections = {{.name = ".text", .flags = 0x20, .contents = bytes(64, 0xA5)},
+    image.sections = {{.name = ".text", .flags = 0x20, .contents = bytes(9000, 0xA5)},
                       {.name = ".data", .flags = 0x40, .paddr = 0x40, .contents = {1, 2, 3, 4}},
                       {.name = ".bss", .flags = 0x80, .paddr = 0x80, .size = 12},
                       {.name = "the_last_section", .flags = 0x40, .paddr = 0x90, .contents = {9, 8}}};
@@ -100,6 +100,7 @@ void expect_round_trips(const bytes& data, const char* deleted) {
             file->delete_section(file->get_section(deleted));
         }
     }
+    original.file.fix_headers();  // nothing is looked for at its new place
     written_file first, second;
     COFF_FILE& once = first.write(input.file);
     EXPECT_THAT(parts_of(once), testing::ElementsAreArray(parts_of(original.file)));
@@ -114,20 +115,6 @@ TEST_P(CoffEditInBothOrders, WhatIsWrittenReadsBackEqual) {
     expect_round_trips(full_image(GetParam()).data(), ".data");
 }
 
-TEST(CoffEdit, SamplesAreWrittenBackEqual) {
-    for (const char* const name : {"sensor", "audio", "firmware"}) {
-        SCOPED_TRACE(name);
-        const bytes data = read_file(std::string(MODFORGE_SAMPLES "/") + name + ".out");
-        const std::string last = [&] {
-            coff_input input(data);
-            return std::string(input.section(input.file.fh_nscns()).name());
-        }();
-        expect_round_trips(data, nullptr);
-        expect_round_trips(data, ".text");
-        expect_round_trips(data, last.c_str());
-    }
-}
-
 // The parts of the written file lie back to back, as worked out here. The input may be overwritten.
 TEST_P(CoffEditInBothOrders, PartsAreLaidOutBackToBack) {
     written_file output;
@@ -136,7 +123,7 @@ TEST_P(CoffEditInBothOrders, PartsAreLaidOutBackToBack) {
     ASSERT_EQ(file.read(output.path.c_str(), false), 0);
     COFF_FILE& written = output.write(file);
     const std::uint32_t contents = 22 + 28 + 4 * 48;
-    const std::uint32_t relocs = contents + 64 + 4 + 2;
+    const std::uint32_t relocs = contents + 9000 + 4 + 2;
     const std::uint32_t lines = relocs + 7 * 12;
     const std::uint32_t symbols = lines + 4 * 6;
     // Long names, in the order of writing: a section and three symbols.
@@ -148,7 +135,7 @@ TEST_P(CoffEditInBothOrders, PartsAreLaidOutBackToBack) {
         const COFF_SECTION& section = *written.get_section(k);
         pointers.insert(pointers.end(), {section.sh_scnptr(), section.sh_relptr(), section.sh_lnnoptr()});
     }
-    EXPECT_THAT(pointers, ElementsAre(symbols, contents, relocs, lines, contents + 64, 0, 0, 0, 0, 0, contents + 68,
+    EXPECT_THAT(pointers, ElementsAre(symbols, contents, relocs, lines, contents + 9000, 0, 0, 0, 0, 0, contents + 9004,
                                       relocs + 6 * 12, 0));
     EXPECT_STREQ(written.string(4), "the_last_section");
     EXPECT_EQ(static_cast<COFF_SYMBOL*>(written.symbol_table()->find_sym(6)->data)->func_lnnoptr(), lines + 6);
@@ -207,6 +194,9 @@ TEST_P(CoffEditInBothOrders, AddingSections) {
     coff_input input(full_image(GetParam()));
     input.file.add_icode(image.c_str());
     input.file.clear_relocs();
+    ASSERT_NE(input.section(2).raw_data(), nullptr);
+    input.section(2).add_flag(s_bss);  // its contents do not count any more, whatever their size
+    input.section(2).set_mwidth(32);
     auto* const added = new COFF_SECTION;
     added->set_cfile(&input.file);
     added->set_mwidth(16);
@@ -244,7 +234,7 @@ TEST_P(CoffEditInBothOrders, NamesAndWidthsInWrittenHeaders) {
     image.symbols = {{.name = "s"}};
     coff_input input(image);
     written_file output;
-    ASSERT_EQ(input.file.write(output.path.c_str()), 0);
+    output.write(input.file);
     const bytes data = read_file(output.path);
     EXPECT_EQ(std::string(data.begin() + 22, data.begin() + 30), "12345678");
     EXPECT_EQ(std::string(data.begin() + 70, data.begin() + 74), std::string(4, '\0'));
@@ -261,7 +251,8 @@ TEST(CoffEdit, SectionSymbolFollowsItsSection) {
     const COFF_SYMBOL& symbol = input.symbol(2);
     written_file output;
     EXPECT_EQ(names_of(output.write(input.file))[1], ".code_with_a_long_name");
-    EXPECT_THAT((numbers{symbol.aux()->word(0), symbol.aux()->half(4), symbol.aux()->half(6)}), ElementsAre(32, 0, 4));
+    EXPECT_THAT((numbers{symbol.aux()->word(0), symbol.aux()->half(4), symbol.aux()->half(6)}),
+                ElementsAre(4500, 0, 4));
 }
 
 TEST(CoffEdit, DeletedSymbolsLeaveHolesUntilPurge) {
@@ -412,12 +403,18 @@ TEST(CoffEdit, FailuresToWrite) {
     // A small file shows it only when it is closed, a large one while its contents are written.
     EXPECT_EXIT(fail_to_write(input.file, "/dev/full"), ExitedWithCode(77),
                 "Cannot write output file '/dev/full': No s");
-    coff_input large(coff_image{.sections = {{.contents = bytes(100'000)}, {.contents = bytes(10)}}});
-    EXPECT_EXIT(fail_to_write(large.file, "/dev/full"), ExitedWithCode(77),
-                "Cannot write output file '/dev/full': No s");
+    for (const coff_section& section :
+         {coff_section{.contents = bytes(100'000)}, {.relocs = std::vector<coff_reloc>(5000)}}) {
+        coff_input large(
+            coff_image{.sections = {section, {.contents = bytes(10)}}, .symbols = std::vector<coff_symbol>(1000)});
+        EXPECT_EXIT(fail_to_write(large.file, "/dev/full"), ExitedWithCode(77),
+                    "Cannot write output file '/dev/full': N");
+    }
     EXPECT_ENDS(write_to_full_disk(input.symbol(0), 17), "failed to write symbol table");
     EXPECT_ENDS(write_to_full_disk(input.symbol(0), 35), "failed to write auxiliary entry");
     std::FILE* const elsewhere = std::tmpfile();
+    input.section(1).write_lnnos(elsewhere);
+    EXPECT_EQ(std::ftell(elsewhere), 4 * 6);
     for (const long position : {0L, 1000L}) {
         std::fseek(elsewhere, position, SEEK_SET);
         EXPECT_ENDS(input.section(1).write_raw_data(elsewhere), "doesn't") << position;
@@ -436,15 +433,14 @@ TEST(CoffEdit, WhatCouldNotBeReadBackIsNotWritten) {
     const temporary_directory directory;
     const std::string path = directory.write("out", std::string_view("as it was"));
     const auto file_of = [](const coff_image& image) { return std::make_unique<coff_input>(image); };
-    const auto counted = full_image(byte_order::little);
     const std::pair<std::unique_ptr<coff_input>, const char*> cases[] = {
         {file_of({.opthdr = 20}), "COFF_FILE::write: an optional header of 20 bytes"},
         {file_of({.sections = {{.name = "123456789"}}}), "COFF_FILE::write: the name of section 123456789"},
-        {file_of(counted), "COFF_SECTION::write_relocs"},
-        {file_of(counted), "COFF_SECTION::write_raw_data: .text: 64 bytes of contents"}};
+        {file_of(full_image(byte_order::little)), "COFF_SECTION::write_relocs"},
+        {file_of({.sections = {{.contents = {1}}}}), "COFF_SECTION::write_raw_data: .text: 1 bytes of contents"}};
     cases[2].first->section(1).first_reloc()->set_data(nullptr);
     ASSERT_NE(cases[3].first->section(1).raw_data(), nullptr);
-    cases[3].first->section(1).set_mwidth(32);
+    cases[3].first->section(1).set_mwidth(16);
     for (const auto& [input, text] : cases) {
         EXPECT_ENDS((void)input->file.write(path.c_str()), text);
         EXPECT_EQ(read_file(path), to_bytes("as it was"));

@@ -9,55 +9,46 @@ coff_input over(const bytes& contents, std::uint16_t flags = 0x1100, std::uint8_
     return coff_input(coff_image{.flags = flags, .sections = {{.contents = contents, .mwidth = width}}});
 }
 
-// The shift doubles (7, 14, 28, 24, 16, 0), so from the fourth byte on the value is not the usual one.
-TEST(CoffStream, ReadsLeb128) {
-    const std::pair<bytes, std::uint32_t> unsigned_cases[] = {{{0x7F}, 127},
-                                                              {{0xE5, 0x8E, 0x26}, 624485},
-                                                              {{0x80, 0x80, 0x80, 0x01}, 0x10000000},
-                                                              {{0x80, 0x80, 0x80, 0x80, 0x80, 0x01}, 0x00010000},
-                                                              {{0x81, 0x80, 0x80, 0x80, 0x80, 0x80, 0x82, 0x04}, 7},
-                                                              {{0x80, 0x80, 0x80, 0x7F}, 0xF0000000}};
-    for (const auto& [encoded, value] : unsigned_cases) {
-        coff_input input = over(encoded);
-        EXPECT_EQ(input.section(1).ULEB128_read(), value);
-        EXPECT_EQ(input.section(1).tell(), encoded.size());
-    }
-    const std::pair<bytes, std::int32_t> signed_cases[] = {
-        {{0x7F}, -1},
-        {{0x80, 0x7F}, -128},
-        {{0xFF, 0x00}, 127},
-        // 0x50 << 28 leaves only bit 28 below the top: its extension, not the true number.
-        {{0x80, 0x80, 0x80, 0x41}, -268435456},
-        // All that was set is shifted out: 0, although the sign bit of the last byte is set.
-        {{0x80, 0x80, 0x80, 0x40}, 0}};
-    for (const auto& [encoded, value] : signed_cases) {
-        coff_input input = over(encoded);
-        EXPECT_EQ(input.section(1).SLEB128_read(), value);
-        EXPECT_EQ(input.section(1).tell(), encoded.size());
-    }
-}
-
-TEST(CoffStream, WritesLeb128) {
-    const std::pair<bytes, std::uint32_t> unsigned_cases[] = {
-        {{0x00}, 0}, {{0x7F}, 127}, {{0x80, 0x01}, 128}, {{0xFF, 0xFF, 0xFF, 0xFF, 0x0F}, 0xFFFFFFFF}};
-    const std::pair<bytes, std::int32_t> signed_cases[] = {{{0x3F}, 63},
-                                                           {{0xC0, 0x00}, 64},
-                                                           {{0x40}, -64},
-                                                           {{0xBF, 0x7F}, -65},
-                                                           {{0x80, 0x80, 0x80, 0x80, 0x78}, INT32_MIN},
-                                                           {{0xFF, 0xFF, 0xFF, 0xFF, 0x07}, INT32_MAX}};
-    for (const auto& [encoded, value] : unsigned_cases) {
-        coff_input input = over(bytes(encoded.size()));
-        input.section(1).ULEB128_write(value);
-        EXPECT_EQ(contents_of(input.section(1)), encoded);
-        EXPECT_EQ(COFF_SECTION::ULEB128_size(value), encoded.size());
-    }
-    for (const auto& [encoded, value] : signed_cases) {
-        coff_input input = over(bytes(encoded.size()));
-        input.section(1).SLEB128_write(value);
-        EXPECT_EQ(contents_of(input.section(1)), encoded);
-        EXPECT_EQ(COFF_SECTION::SLEB128_size(value), encoded.size());
-    }
+// Written as usual. Read, the shift doubles (7, 14, 28, 24, 16, 0), so from the fourth byte on the value is another.
+TEST(CoffStream, Leb128) {
+    enum ways { both, reads, writes };
+    const std::tuple<bytes, std::uint32_t, ways> unsigned_cases[] = {
+        {{0x00}, 0, both},
+        {{0x7F}, 127, both},
+        {{0x80, 0x01}, 128, both},
+        {{0xE5, 0x8E, 0x26}, 624485, both},
+        {{0x80, 0x80, 0x80, 0x01}, 0x10000000, reads},
+        {{0x80, 0x80, 0x80, 0x80, 0x80, 0x01}, 0x00010000, reads},
+        {{0x81, 0x80, 0x80, 0x80, 0x80, 0x80, 0x82, 0x04}, 7, reads},
+        {{0x80, 0x80, 0x80, 0x7F}, 0xF0000000, reads},
+        {{0xFF, 0xFF, 0xFF, 0xFF, 0x0F}, 0xFFFFFFFF, writes}};
+    // Of 0x41 << 28 only bit 28 is left below the top, of 0x40 << 28 nothing, although the sign bit of the byte is set.
+    const std::tuple<bytes, std::int32_t, ways> signed_cases[] = {{{0x3F}, 63, both},
+                                                                  {{0xC0, 0x00}, 64, both},
+                                                                  {{0x40}, -64, both},
+                                                                  {{0xBF, 0x7F}, -65, both},
+                                                                  {{0x80, 0x80, 0x80, 0x41}, -268435456, reads},
+                                                                  {{0x80, 0x80, 0x80, 0x40}, 0, reads},
+                                                                  {{0x80, 0x80, 0x80, 0x80, 0x78}, INT32_MIN, writes},
+                                                                  {{0xFF, 0xFF, 0xFF, 0xFF, 0x07}, INT32_MAX, writes}};
+    const auto check = [](const auto& cases, auto read, auto write, auto size) {
+        for (const auto& [encoded, value, way] : cases) {
+            coff_input from = over(encoded), to = over(bytes(encoded.size()));
+            if (way != writes) {
+                EXPECT_EQ((from.section(1).*read)(), value);
+                EXPECT_EQ(from.section(1).tell(), encoded.size());
+            }
+            if (way != reads) {
+                (to.section(1).*write)(value);
+                EXPECT_EQ(contents_of(to.section(1)), encoded);
+                EXPECT_EQ(size(value), encoded.size());
+            }
+        }
+    };
+    check(unsigned_cases, static_cast<std::uint32_t (COFF_SECTION::*)()>(&COFF_SECTION::ULEB128_read),
+          static_cast<void (COFF_SECTION::*)(std::uint32_t)>(&COFF_SECTION::ULEB128_write), COFF_SECTION::ULEB128_size);
+    check(signed_cases, static_cast<std::int32_t (COFF_SECTION::*)()>(&COFF_SECTION::SLEB128_read),
+          static_cast<void (COFF_SECTION::*)(std::int32_t)>(&COFF_SECTION::SLEB128_write), COFF_SECTION::SLEB128_size);
 }
 
 // The order is that of the object code as the flags tell it, not of the file's records or the host.

@@ -8,21 +8,6 @@ namespace {
 using namespace support;
 using testing::ElementsAre;
 
-MODFORGE_SUITE_IN_BOTH_ORDERS(CoffSymbolInBothOrders);
-
-TEST_P(CoffSymbolInBothOrders, FieldsComeOutInHostOrder) {
-    coff_image image{.order = GetParam(), .sections = {{}}};
-    image.symbols = {{.name = "12345678", .value = 0x81828384, .scnum = -2, .sclass = 0xC8, .type = 0x0102},
-                     {.name = "a_long_symbol_name", .value = 1, .sclass = 19, .type = 0x0024, .aux = {{}}}};
-    coff_input input(image);
-    EXPECT_THAT(names_of(input.file), ElementsAre("12345678", "a_long_symbol_name"));
-    // The class is a signed byte.
-    EXPECT_THAT(entry_of(input.symbol(0)), ElementsAre(static_cast<std::int32_t>(0x81828384), -2, 0x0102, -56, 0));
-    EXPECT_THAT(entry_of(input.symbol(1)), ElementsAre(1, 1, 0x0024, 19, 1));
-    EXPECT_EQ(input.symbol(0).size(), 18U);
-    EXPECT_EQ(input.symbol(1).size(), 36U);
-}
-
 // One symbol for each form; what is a number in one form is single bytes in another, so each byte is looked at.
 struct form_case {
     std::uint8_t sclass;
@@ -125,6 +110,9 @@ TEST(CoffSymbol, CountsAndLookUps) {
     EXPECT_EQ(table.find_func_sym(0x13F), nullptr);
     EXPECT_EQ(table.find_func_sym(0x160), nullptr);
     EXPECT_ENDS((void)table.new_index(0), "COFF_SYMBOL_TABLE::new_index");
+    // The count may leave out the auxiliary entry of the last symbol: it is read all the same.
+    coff_input last(coff_image{.symbols = {{.name = "s", .aux = {aux_tag(5, 0)}}}, .nsyms = 1});
+    EXPECT_EQ(last.symbol(0).tag_size(), 5U);
 }
 
 // Whatever its ".bf" says of the first entry behind it, a function hides none. Lines need a section.
@@ -160,12 +148,9 @@ TEST(CoffDebug, KnowsTheFunctionsAndNothingElse) {
     EXPECT_STREQ(function->name, "main");
     EXPECT_STREQ(function->file, "a.c");
     std::uint32_t size = 7;
-    EXPECT_EQ(debug.max_stack_size(0, 1, &size) + size, 0U);
+    EXPECT_EQ(debug.max_stack_size(0, 1, &size) + size + debug.code_coverage_update(0x140, 1), 0U);
     EXPECT_EQ(debug.get_callee_list(0, 1, &list), &list);
-    EXPECT_TRUE(debug.condense(true, false));
-    EXPECT_FALSE(debug.condense(false, true) || debug.is_address_branch(0x140));
-    EXPECT_EQ(debug.code_coverage_update(0x140, 1), 0U);
-    debug.code_coverage_dump(nullptr);  // writes nothing, so needs no stream
+    EXPECT_TRUE(debug.condense(true, false) && !debug.condense(false, true) && !debug.is_address_branch(0x140));
     EXPECT_ENDS(COFF_DEBUG(nullptr), "COFF_DEBUG::COFF_DEBUG");
 }
 
@@ -191,20 +176,12 @@ TEST(CoffSymbol, NamesOfReferencesAndClasses) {
     EXPECT_STREQ(input.symbol(5).ref_name(10), "10 (main)");
     EXPECT_STREQ(input.symbol(5).ref_name(12), "12");
     EXPECT_STREQ(input.symbol(5).ref_name(2), "2");  // no symbol has it
-    const char* const invalid = "INVALID STORAGE CLASS";
-    for (const auto& [sclass, name] : {std::pair{1, "C_AUTO"},
-                                       {13, "C_TPDEF"},
-                                       {29, "C_USTATREG"},
-                                       {100, "C_BLOCK"},
-                                       {110, "C_EOG"},
-                                       {-128, invalid},
-                                       {-1, invalid},
-                                       {0, invalid},
-                                       {30, invalid},
-                                       {99, invalid},
-                                       {111, invalid},
-                                       {127, invalid}})
-        EXPECT_STREQ(input.file.symbol_table()->sclass_name(static_cast<std::int8_t>(sclass)), name) << sclass;
+    const COFF_SYMBOL_TABLE& table = *input.file.symbol_table();
+    EXPECT_THAT((std::vector<std::string>{table.sclass_name(1), table.sclass_name(13), table.sclass_name(29),
+                                          table.sclass_name(100), table.sclass_name(110)}),
+                ElementsAre("C_AUTO", "C_TPDEF", "C_USTATREG", "C_BLOCK", "C_EOG"));
+    for (const int none : {-128, -1, 0, 30, 99, 111, 127})
+        EXPECT_STREQ(table.sclass_name(static_cast<std::int8_t>(none)), "INVALID STORAGE CLASS") << none;
 }
 
 // An assignment shares name and auxiliary entry; copy() ends the sharing, and either may die first.
