@@ -14,7 +14,7 @@ using testing::ExitedWithCode;
 coff_image full_image(byte_order order) {
     coff_image image{.order = order, .target_id = 0x98, .flags = 0x1103};
     image.optional_header = coff_optional_header{.tsize = 64, .entrypt = 0x20, .data_start = 0x40};
-    image.sections = {{.name = ".text", .flags = 0x20, .contents = bytes(9000, 0xA5)},
+    image.sections = {{.name = ".text", .flags = 0x20, .contents = bytes(300'000, 0xA5)},
                       {.name = ".data", .flags = 0x40, .paddr = 0x40, .contents = {1, 2, 3, 4}},
                       {.name = ".bss", .flags = 0x80, .paddr = 0x80, .size = 12},
                       {.name = "the_last_section", .flags = 0x40, .paddr = 0x90, .contents = {9, 8}}};
@@ -123,7 +123,7 @@ TEST_P(CoffEditInBothOrders, PartsAreLaidOutBackToBack) {
     ASSERT_EQ(file.read(output.path.c_str(), false), 0);
     COFF_FILE& written = output.write(file);
     const std::uint32_t contents = 22 + 28 + 4 * 48;
-    const std::uint32_t relocs = contents + 9000 + 4 + 2;
+    const std::uint32_t relocs = contents + 300'000 + 4 + 2;
     const std::uint32_t lines = relocs + 7 * 12;
     const std::uint32_t symbols = lines + 4 * 6;
     // Long names, in the order of writing: a section and three symbols.
@@ -135,8 +135,8 @@ TEST_P(CoffEditInBothOrders, PartsAreLaidOutBackToBack) {
         const COFF_SECTION& section = *written.get_section(k);
         pointers.insert(pointers.end(), {section.sh_scnptr(), section.sh_relptr(), section.sh_lnnoptr()});
     }
-    EXPECT_THAT(pointers, ElementsAre(symbols, contents, relocs, lines, contents + 9000, 0, 0, 0, 0, 0, contents + 9004,
-                                      relocs + 6 * 12, 0));
+    EXPECT_THAT(pointers, ElementsAre(symbols, contents, relocs, lines, contents + 300'000, 0, 0, 0, 0, 0,
+                                      contents + 300'004, relocs + 6 * 12, 0));
     EXPECT_STREQ(written.string(4), "the_last_section");
     EXPECT_EQ(static_cast<COFF_SYMBOL*>(written.symbol_table()->find_sym(6)->data)->func_lnnoptr(), lines + 6);
 }
@@ -252,7 +252,7 @@ TEST(CoffEdit, SectionSymbolFollowsItsSection) {
     written_file output;
     EXPECT_EQ(names_of(output.write(input.file))[1], ".code_with_a_long_name");
     EXPECT_THAT((numbers{symbol.aux()->word(0), symbol.aux()->half(4), symbol.aux()->half(6)}),
-                ElementsAre(4500, 0, 4));
+                ElementsAre(150'000, 0, 4));
 }
 
 TEST(CoffEdit, DeletedSymbolsLeaveHolesUntilPurge) {
@@ -415,6 +415,11 @@ TEST(CoffEdit, FailuresToWrite) {
     std::FILE* const elsewhere = std::tmpfile();
     input.section(1).write_lnnos(elsewhere);
     EXPECT_EQ(std::ftell(elsewhere), 4 * 6);
+    ASSERT_NE(input.section(2).raw_data(), nullptr);
+    input.section(2).set_scnptr(4 * 6);
+    input.section(2).set_mwidth(8);  // half of what is in memory counts
+    input.section(2).write_raw_data(elsewhere);
+    EXPECT_EQ(std::ftell(elsewhere), 4 * 6 + 2);
     for (const long position : {0L, 1000L}) {
         std::fseek(elsewhere, position, SEEK_SET);
         EXPECT_ENDS(input.section(1).write_raw_data(elsewhere), "doesn't") << position;
