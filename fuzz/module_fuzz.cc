@@ -1,4 +1,5 @@
-// velmdump: any bytes, in either form, can be checked, shown, compared and drawn.
+// velmdump: any bytes, in either form, can be checked, shown, compared, drawn
+// and converted.
 //
 // Damage seldom leaves the checksums right, and what comes after them would never be reached by a reader that stopped
 // there. So each input is given twice: as it is, and with its checksums repaired.
@@ -6,10 +7,12 @@
 #include <vector>
 
 #include "survive.h"
+#include "tools/velmdump/byte_order.h"
 #include "tools/velmdump/checks.h"
 #include "tools/velmdump/diff.h"
 #include "tools/velmdump/json_form.h"
 #include "tools/velmdump/names.h"
+#include "tools/velmdump/report_page.h"
 #include "tools/velmdump/show.h"
 #include "tools/velmdump/svg_map.h"
 #include "tools/velmdump/velm_module.h"
@@ -22,13 +25,16 @@ std::FILE* nowhere() {
 }
 
 void use(const velm_module& module) {
-    check_module(module);
+    const std::vector<finding> findings = check_module(module);
     show_options everything;
     everything.symbols = everything.strings = everything.packets = everything.relocs = true;
     everything.contents = "*";
     show_module(module, "fuzz.vlm", everything, nowhere());
     print_json(module, "fuzz.vlm", nowhere());
-    draw_map(module, "fuzz", nowhere());
+    draw_map(module, findings, {.title = "fuzz"}, nowhere());
+    print_report({{"fuzz.vlm", module, findings}}, nowhere());
+    if (!has_errors(findings))
+        print_as_text(in_byte_order(module, !module.raw.big_endian), nowhere());
     diff_modules(module, module, false, nowhere());
     missing_names(imported_names(module), {'a', '\n'});
     exported_names(module);

@@ -50,15 +50,19 @@ protected:
 };
 
 const char* const summary =
-    "  target 0x0099, file flags 0x1100, time stamp 0x12345678\n"
-    "  entry point 0x00000000 in section 1\n"
-    "  308 bytes: 48 of strings, 3 sections (3 relocated), 5 symbols\n"
+    "  checks       sound\n"
+    "  made from    app.out\n"
+    "  time stamp   1979-09-05 22:51:36 UTC (0x12345678)\n"
+    "  target       0x0099, 8-bit address units\n"
+    "  file flags   0x1100: little-endian contents, tags merged\n"
+    "  entry point  .text+0x0 (0x00000100)\n"
+    "  size         308 bytes, 48 of them names\n"
+    "  sections     3, 3 of them relocated\n"
+    "  symbols      5: 2 exported, 1 imported, 2 nameless\n"
     "  no  run addr    load addr   size        page  packets  relocs  name and flags\n"
     "   1  0x00000100  0x00000100  0x00000008     0        1       2  .text (code, relocated, contents)\n"
     "   2  0x00000800  0x00000800  0x00000004     0        1       0  .data (data, relocated, contents)\n"
-    "   3  0x00000900  0x00000900  0x00000010     0        0       0  .bss (uninitialised, relocated)\n"
-    "  symbols: 2 exported, 1 imported, 2 nameless\n"
-    "  checks: sound\n";
+    "   3  0x00000900  0x00000900  0x00000010     0        0       0  .bss (uninitialised, relocated)\n";
 
 TEST_F(Velmdump, ShowsTheModuleInEitherForm) {
     write("app.vlm", sample());
@@ -76,11 +80,13 @@ TEST_F(Velmdump, ShowsEachPart) {
         {"--symbols", "     1  0x00000000  class  2  undefined            _printf\n"},
         {"--symbols", "     3  0x00000802  class  3  .data                -\n"},
         {"--strings", "       8  .text\n"},
-        {"--packets", "  packet 0 at file offset 0xF8: section bytes 0x0 to 0x8, 2 relocations\n"},
-        {"--relocs", "      +0x0002  R_RELLONG   32 bits at bit 0 of 32  _printf\n"
-                     "      +0x0006  R_RELWORD   16 bits at bit 0 of 16  symbol 3 at 0x00000802 in .data\n"},
-        {"--contents=.data", "Contents of .data\n  00000000  09 0A 0B 0C\n"},
-        {"--all", "  00000000  01 02 03 04 05 06 07 08\n"},
+        {"--packets", "  packet 0 at file offset 0xF8: 0x00000100, +0x0000, 8 bytes, 2 relocations\n"},
+        {"--relocs",
+         "      0x00000102  +0x0002  R_RELLONG   32 bits at bit 0 of 32  _printf\n"
+         "      0x00000106  +0x0006  R_RELWORD   16 bits at bit 0 of 16  symbol 3 at 0x00000802 in .data\n"},
+        {"--contents=.data",
+         "Contents of .data\n  00000800  09 0A 0B 0C                                      |....|\n"},
+        {"--all", "  00000100  01 02 03 04 05 06 07 08                          |........|\n"},
     };
     for (const auto& [option, text] : table)
         EXPECT_THAT(good({"show", option, "app.vlm"}), HasSubstr(text)) << option;
@@ -121,10 +127,16 @@ TEST_F(Velmdump, JsonIsAsItsSchemaSays) {
                                 {.vaddr = 0x800, .type = 22}};
     image.symbols[1].value = 5;
     write("app.vlm", image);
-    std::ifstream schema_file(MODFORGE_SOURCE_DIR "/docs/velmdump.schema.json");
-    const auto schema = nlohmann::json::parse(schema_file);
-    const auto json = nlohmann::json::parse(good({"show", "--json", "app.vlm"}));
-    expect_as_in_schema(json, schema, schema, "$");
+    const auto printed = [this](const std::string& schema_name, const std::vector<std::string>& arguments) {
+        std::ifstream schema_file(MODFORGE_SOURCE_DIR "/docs/" + schema_name);
+        const auto schema = nlohmann::json::parse(schema_file);
+        const auto json = nlohmann::json::parse(good(arguments));
+        expect_as_in_schema(json, schema, schema, schema_name);
+        return json;
+    };
+    printed("velmdump-size.schema.json", {"size", "--json", "app.vlm", "--against", "app.vlm"});
+    printed("velmdump-symbols.schema.json", {"symbols", "--json", "--all", "app.vlm"});
+    const auto json = printed("velmdump.schema.json", {"show", "--json", "app.vlm"});
     EXPECT_EQ(json["symbols"][0]["name_hex"], "5F636166E9");
     EXPECT_FALSE(json["findings"].empty());
 }

@@ -13,3 +13,11 @@ CLI::Option* add_file(CLI::App& app, std::string& path) {
 CLI::Option* add_files(CLI::App& app, std::vector<std::string>& paths) {
     return add_positional(app, "FILE", paths, file_words, "FILE...")->required();
 }
+
+CLI::Option* add_output(CLI::App& app, std::string& path, const std::string& what) {
+    return app.add_option("-o,--output", path, what + "; - for standard output")->required()->type_name("FILE");
+}
+
+CLI::Validator one_of(const std::vector<std::string>& words) {
+    return CLI::IsMember(words).description("");
+}

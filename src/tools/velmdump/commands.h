@@ -22,5 +22,9 @@ struct command {
 CLI::Option* add_file(CLI::App& app, std::string& path);
 /// The positional argument FILE... of commands that take several.
 CLI::Option* add_files(CLI::App& app, std::vector<std::string>& paths);
+/// The option -o, which must be given.
+CLI::Option* add_output(CLI::App& app, std::string& path, const std::string& what);
+/// Takes one of the words. The help of the option has to name them.
+CLI::Validator one_of(const std::vector<std::string>& words);
 
 #endif

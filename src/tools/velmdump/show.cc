@@ -5,23 +5,27 @@
 #include "format/reloc_types.h"
 #include "tools/common/text_forms.h"
 #include "tools/velmdump/checks.h"
+#include "tools/velmdump/hex_dump.h"
+#include "tools/velmdump/module_facts.h"
+#include "tools/velmdump/reloc_places.h"
+#include "tools/velmdump/words.h"
 
 namespace {
 
 void show_header(const velm_module& module, const char* path, std::FILE* out) {
-    const velm_filehdr& h = module.header;
     std::fprintf(out, "VELM module %s (%s, %s-endian writer)\n", path, module.raw.text_form ? "text" : "binary",
                  module.raw.big_endian ? "big" : "little");
-    std::fprintf(out, "  target 0x%04X, file flags 0x%04X, time stamp 0x%08X\n", h.target_id, h.flags,
-                 module.verify.timestamp);
-    if (h.entry_scn == velm_absolute_entry)
-        std::fprintf(out, "  entry point 0x%08X, absolute\n", h.entry_point);
-    else if (h.entry_scn == 0 && h.entry_point == 0)
-        std::fputs("  no entry point\n", out);
-    else
-        std::fprintf(out, "  entry point 0x%08X in section %u\n", h.entry_point, h.entry_scn);
-    std::fprintf(out, "  %llu bytes: %u of strings, %u sections (%u relocated), %u symbols\n",
-                 static_cast<unsigned long long>(module.size()), h.strtab_size, h.nscns, h.n_reloc_scns, h.nsyms);
+    const std::vector<finding> findings = check_module(module);
+    const auto errors = static_cast<std::uint64_t>(
+        std::count_if(findings.begin(), findings.end(), [](const finding& f) { return f.error; }));
+    std::fprintf(out, "  %-11s  %s\n", "checks",
+                 findings.empty()
+                     ? "sound"
+                     : (std::string(errors == 0 ? "sound, " : "UNSOUND, ") + counted(errors, "error") + " and " +
+                        counted(findings.size() - errors, "warning") + " (velmdump check tells them)")
+                           .c_str());
+    for (const auto& [name, words] : module_facts(module, printable))
+        std::fprintf(out, "  %-11s  %s\n", name.c_str(), words.c_str());
 }
 
 void show_sections(const velm_module& module, std::FILE* out) {
@@ -37,29 +41,6 @@ void show_sections(const velm_module& module, std::FILE* out) {
     }
 }
 
-void show_counts(const velm_module& module, std::FILE* out) {
-    const auto count = [&module](auto property) {
-        return static_cast<long>(std::count_if(module.symbols.begin(), module.symbols.end(), property));
-    };
-    std::fprintf(out, "  symbols: %ld exported, %ld imported, %ld nameless\n",
-                 count([&](const velm_symbol_record& s) { return module.is_export(s); }),
-                 count([&](const velm_symbol_record& s) { return module.is_import(s); }),
-                 count([&](const velm_symbol_record& s) { return !velm_module::is_named(s); }));
-    const std::vector<finding> findings = check_module(module);
-    const auto errors = std::count_if(findings.begin(), findings.end(), [](const finding& f) { return f.error; });
-    if (findings.empty())
-        std::fputs("  checks: sound\n", out);
-    else
-        std::fprintf(out, "  checks: %ld errors, %ld warnings (velmdump check tells them)\n", static_cast<long>(errors),
-                     static_cast<long>(findings.size()) - static_cast<long>(errors));
-}
-
-std::string section_words(const velm_module& module, int number) {
-    if (number > 0 && static_cast<std::size_t>(number) <= module.sections.size())
-        return printable(module.name(module.sections[static_cast<std::size_t>(number) - 1]));
-    return number == 0 ? "undefined" : number == -1 ? "absolute" : "section " + std::to_string(number);
-}
-
 std::string symbol_words(const velm_module& module, std::uint32_t index) {
     if (index >= module.symbols.size())
         return "symbol " + std::to_string(index);
@@ -68,7 +49,7 @@ std::string symbol_words(const velm_module& module, std::uint32_t index) {
         return printable(module.name(symbol));
     char text[64];
     std::snprintf(text, sizeof text, "symbol %u at 0x%08X in ", index, symbol.value);
-    return text + section_words(module, symbol.section);
+    return text + section_words(module, symbol.section, printable);
 }
 
 void show_symbols(const velm_module& module, std::FILE* out) {
@@ -76,7 +57,7 @@ void show_symbols(const velm_module& module, std::FILE* out) {
     unsigned index = 0;
     for (const velm_symbol_record& symbol : module.symbols)
         std::fprintf(out, "%6u  0x%08X  class %2u  %-20s %s\n", index++, symbol.value, symbol.storage_class,
-                     section_words(module, symbol.section).c_str(),
+                     section_words(module, symbol.section, printable).c_str(),
                      velm_module::is_named(symbol) ? printable(module.name(symbol)).c_str() : "-");
 }
 
@@ -89,48 +70,44 @@ void show_strings(const velm_module& module, std::FILE* out) {
     }
 }
 
-void show_reloc(const velm_module& module, const reloc_record& rec, std::FILE* out) {
-    std::fprintf(out, "      +0x%04X  %-10s", rec.r_vaddr, type_words(rec.r_type).c_str());
-    const int bits = reloc_size(rec.r_type);
-    if (is_field_reloc(rec.r_type))
-        std::fprintf(out, "  %u bits at bit %u of %u", rec.r_field.r_fieldsz, rec.r_field.r_offset,
-                     rec.r_field.r_wordsz);
-    else if (bits != 0)
-        std::fprintf(out, "  %d bits at bit %d of %d", bits, reloc_offset(rec.r_type), reloc_stop(rec.r_type, bits));
+void show_reloc(const velm_module& module, const reloc_place& place, std::FILE* out) {
+    const reloc_record& rec = place.record;
+    std::fprintf(out, "      0x%08X  +0x%04llX", place.address, static_cast<unsigned long long>(place.offset));
+    const std::string field = field_words(rec);
+    const std::string type = type_words(rec.r_type);
+    std::string words = field.empty() ? "" : "  " + field;
     if (is_constant_reloc(rec.r_type))
-        std::fprintf(out, "  constant 0x%08X", rec.r_symndx);
+        words += "  constant " + hex_word(rec.r_symndx);
     else if (is_sym_reloc(rec.r_type, rec.r_symndx))
-        std::fprintf(out, "  %s", symbol_words(module, rec.r_symndx).c_str());
+        words += "  " + symbol_words(module, rec.r_symndx);
     if (rec.r_disp != 0)
-        std::fprintf(out, "  displacement 0x%04X", rec.r_disp);
-    std::fputc('\n', out);
+        words += "  displacement " + hex_number(rec.r_disp);
+    if (words.empty())
+        std::fprintf(out, "  %s\n", type.c_str());
+    else
+        std::fprintf(out, "  %-10s%s\n", type.c_str(), words.c_str());
 }
 
+/// Places are run addresses and offsets in the section, both in address units.
 void show_packets(const velm_module& module, bool relocs, std::FILE* out) {
     for (const section_place& section : module.sections) {
         if (section.packets_in_file == 0)
             continue;
         std::fprintf(out, "Packets of %s\n", printable(module.name(section)).c_str());
-        unsigned long long start = 0;  // bytes from the start of the section
+        std::uint64_t start = 0;  // bytes from the start of the section
         unsigned number = 0;
         for (const packet_place& packet : module.packets(section)) {
-            const unsigned long long end = start + packet.header.data_size;
-            std::fprintf(out, "  packet %u at file offset 0x%llX: section bytes 0x%llX to 0x%llX, %u relocations\n",
-                         number++, static_cast<unsigned long long>(packet.offset), start, end, packet.header.nreloc);
-            for (std::uint32_t i = 0; relocs && i < packet.header.nreloc; ++i)
-                show_reloc(module, module.reloc(packet, i), out);
-            start = end;
+            const std::uint64_t offset = start / (static_cast<unsigned>(section.width) / 8U);
+            std::fprintf(out, "  packet %u at file offset 0x%llX: 0x%08X, +0x%04llX, %s, %s\n", number++,
+                         static_cast<unsigned long long>(packet.offset),
+                         static_cast<std::uint32_t>(section.header.paddr + offset),
+                         static_cast<unsigned long long>(offset), counted(packet.header.data_size, "byte").c_str(),
+                         counted(packet.header.nreloc, "relocation").c_str());
+            if (relocs)
+                for_each_reloc(module, section, packet, start,
+                               [&](const reloc_place& place) { show_reloc(module, place, out); });
+            start += packet.header.data_size;
         }
-    }
-}
-
-void show_bytes(const std::vector<unsigned char>& bytes, std::FILE* out) {
-    constexpr std::size_t line = 16;
-    for (std::size_t start = 0; start < bytes.size(); start += line) {
-        std::fprintf(out, "  %08zX ", start);
-        for (std::size_t i = start; i < std::min(start + line, bytes.size()); ++i)
-            std::fprintf(out, " %02X", bytes[i]);
-        std::fputc('\n', out);
     }
 }
 
@@ -141,7 +118,7 @@ bool show_contents(const velm_module& module, const std::string& name, std::FILE
             continue;
         found = true;
         std::fprintf(out, "Contents of %s\n", printable(module.name(section)).c_str());
-        show_bytes(module.contents(section), out);
+        print_hex_dump(module, section, out);
     }
     return found;
 }
@@ -169,7 +146,6 @@ std::string type_words(std::uint16_t type) {
 bool show_module(const velm_module& module, const char* path, const show_options& options, std::FILE* out) {
     show_header(module, path, out);
     show_sections(module, out);
-    show_counts(module, out);
     if (options.symbols)
         show_symbols(module, out);
     if (options.strings)

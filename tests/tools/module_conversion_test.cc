@@ -1,0 +1,71 @@
+// Modules in another byte order and form are what a machine of that order writes for the same input.
+#include <gtest/gtest.h>
+
+#include "cases/random_request.h"
+#include "support/run_program.h"
+#include "tools/second_opinion/conversion.h"
+#include "tools/velmdump/byte_order.h"
+#include "tools/velmdump/checks.h"
+
+namespace {
+
+using second_opinion::byte_order;
+using support::bytes;
+
+bytes module_in(byte_order order, second_opinion::conversion_request request) {
+    request.order = order;
+    return second_opinion::convert(request).module;
+}
+
+TEST(ModuleConversion, EveryModuleIsThatOfAMachineOfTheOtherOrder) {
+    unsigned modules = 0;
+    for (std::uint32_t seed = 5000; modules < 300; ++seed) {
+        second_opinion::conversion_request request = cases::random_request(seed);
+        request.c_text = false;
+        const bytes little = module_in(byte_order::little, request);
+        if (little.empty())
+            continue;
+        ++modules;
+        const bytes big = module_in(byte_order::big, request);
+        for (const bool to_big : {false, true}) {
+            ASSERT_EQ(in_byte_order(velm_module(decode_module(little)), to_big).bytes, to_big ? big : little) << seed;
+            ASSERT_EQ(in_byte_order(velm_module(decode_module(big)), to_big).bytes, to_big ? big : little) << seed;
+        }
+    }
+}
+
+TEST(ModuleConversion, GoesThroughEveryOrderAndFormAndBack) {
+    const support::temporary_directory room;
+    const second_opinion::conversion_request request{.input = support::read_file(MODFORGE_SAMPLES "/audio.out")};
+    const auto write = [&](const std::string& name, byte_order order, bool text) {
+        const bytes module = module_in(order, request);
+        room.write(name, text ? second_opinion::as_text(module, order) : module);
+    };
+    const std::vector<std::vector<std::string>> kinds = {
+        {"little", "binary"}, {"big", "binary"}, {"little", "text"}, {"big", "text"}};
+    for (const auto& kind : kinds)
+        write(kind[0] + kind[1], kind[0] == "big" ? byte_order::big : byte_order::little, kind[1] == "text");
+    for (const auto& from : kinds) {
+        for (const auto& to : kinds) {
+            const support::run_result result = support::run_program(
+                {VELMDUMP_PROGRAM, "convert", from[0] + from[1], "-o", "out", "--byte-order", to[0], "--form=" + to[1]},
+                {.directory = room.path()});
+            EXPECT_EQ(result.err, "");
+            EXPECT_EQ(support::read_file(room.file("out")), support::read_file(room.file(to[0] + to[1])))
+                << from[0] << from[1] << " to " << to[0] << to[1];
+        }
+    }
+}
+
+TEST(ModuleConversion, RefusesWhatNewSumsWouldHide) {
+    const support::temporary_directory room;
+    bytes damaged = module_in(byte_order::little, {.input = support::read_file(MODFORGE_SAMPLES "/audio.out")});
+    damaged[damaged.size() / 2] ^= 1;
+    room.write("damaged.vlm", damaged);
+    const support::run_result result =
+        support::run_program({VELMDUMP_PROGRAM, "convert", "damaged.vlm", "-o", "out.vlm"}, {.directory = room.path()});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_FALSE(support::file_exists(room.file("out.vlm")));
+}
+
+}  // namespace
