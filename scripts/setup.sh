@@ -30,6 +30,18 @@ chromium            chromium
 gcc-arm-none-eabi   arm-none-eabi-gcc
 '
 
+# What the examples' builds need beyond that.
+example_needs='
+make   make
+meson  meson
+'
+
+# What making packages needs beyond building.
+package_needs='
+dpkg-dev  dpkg-shlibdeps
+lintian   lintian
+'
+
 # Prints the packages of the list $1 whose proof is missing.
 missing_packages() {
   local package proof
