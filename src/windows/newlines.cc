@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <initializer_list>
 #include <io.h>
 
 namespace {
