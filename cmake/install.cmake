@@ -17,11 +17,6 @@ install(FILES
   DESTINATION "${modforge_package_dir}")
 
 install(FILES README.md packaging/copyright DESTINATION "${CMAKE_INSTALL_DOCDIR}")
-if(MODFORGE_DEBIAN_PACKAGE)
-  add_custom_target(modforge_changelog ALL BYPRODUCTS changelog.Debian.gz
-    COMMAND gzip -9nc "${PROJECT_SOURCE_DIR}/packaging/changelog" > changelog.Debian.gz)
-  install(FILES "${PROJECT_BINARY_DIR}/changelog.Debian.gz" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
-endif()
 install(DIRECTORY docs/ DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs")
 install(DIRECTORY examples/ DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" USE_SOURCE_PERMISSIONS
   PATTERN build EXCLUDE)
@@ -33,8 +28,12 @@ if(EXISTS "${PROJECT_SOURCE_DIR}/man")
     install(FILES "${page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man${chapter}")
   endforeach()
 endif()
-# Completions, where each shell looks for those of other packages.
-foreach(place bash:bash-completion/completions zsh:zsh/site-functions fish:fish/vendor_completions.d)
+# Completions, where each shell looks for those of other packages; Debian's zsh has a place of its own.
+set(zsh_place zsh/site-functions)
+if(MODFORGE_DEBIAN_PACKAGE)
+  set(zsh_place zsh/vendor-completions)
+endif()
+foreach(place bash:bash-completion/completions zsh:${zsh_place} fish:fish/vendor_completions.d)
   string(REPLACE ":" ";" place "${place}")
   list(GET place 0 shell)
   list(GET place 1 folder)
@@ -42,3 +41,12 @@ foreach(place bash:bash-completion/completions zsh:zsh/site-functions fish:fish/
     install(DIRECTORY completions/${shell}/ DESTINATION "${CMAKE_INSTALL_DATADIR}/${folder}")
   endif()
 endforeach()
+
+# Debian wants these compressed, and without the time of the day in them.
+if(MODFORGE_DEBIAN_PACKAGE)
+  install(FILES packaging/changelog DESTINATION "${CMAKE_INSTALL_DOCDIR}" RENAME changelog.Debian)
+  install(CODE "
+    set(prefix \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}\")
+    file(GLOB files \"\${prefix}/${CMAKE_INSTALL_DOCDIR}/changelog.Debian\" \"\${prefix}/${CMAKE_INSTALL_MANDIR}/man?/*\")
+    execute_process(COMMAND gzip -9nf \${files} COMMAND_ERROR_IS_FATAL ANY)")
+endif()

@@ -1,4 +1,4 @@
-# The packages that scripts/package makes with CPack: a .deb, and an archive of static programs for other systems.
+# The .deb that scripts/package makes with CPack.
 set(CPACK_PACKAGE_VENDOR "modforge maintainers")
 set(CPACK_PACKAGE_CONTACT "modforge maintainers <maintainers@modforge.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "converter of linked COFF executables into loadable VELM modules")
@@ -12,8 +12,6 @@ coffdump and velmdump show, check and compare its input and output. A CMake
 package makes modules as part of a firmware project's build.")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
-string(TOLOWER "${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR}" modforge_system)
-set(CPACK_PACKAGE_FILE_NAME "modforge-${PROJECT_VERSION}-${modforge_system}")
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
