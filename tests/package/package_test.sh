@@ -43,10 +43,21 @@ add_custom_target(versions ALL COMMAND modforge::velmdump --version COMMAND modf
 modforge_add_module(audio INPUT audio.out ENTRIES audio.entries more.entries PACKET_SIZE 300 CHECK
   C_ARRAY audio_module ${MORE})
 modforge_add_module(names INPUT audio.out OUTPUT "a folder/names.vlm" SYMBOLS_ONLY IMPORTS_AGAINST audio)
+modforge_add_module(big INPUT audio.out ENTRIES audio.entries PACKET_SIZE 300 C_ARRAY big_module BYTE_ORDER big
+  REPORT "a folder/big.html")
 add_library(app STATIC app.c)
+add_library(big_app STATIC app.c)
+target_compile_definitions(big_app PRIVATE BIG)
+target_link_libraries(big_app PRIVATE big_array)
 target_link_libraries(app PRIVATE audio_array)
 END
-echo '#include "audio.h"
+echo '#ifdef BIG
+#include "big.h"
+#define audio_module big_module
+#define audio_module_words big_module_words
+#else
+#include "audio.h"
+#endif
 #include <stddef.h>
 const void* module_bytes(size_t* count) { return *count = 4 * audio_module_words, audio_module; }' >app.c
 echo '#include <stdio.h>
@@ -64,6 +75,12 @@ for generator in Ninja "Unix Makefiles"; do
   cmp "$b/audio.vlm" expected.vlm
   [ -s "$b/a folder/names.vlm" ] || die "no module where OUTPUT says"
   cc -o program main.c "$b/libapp.a" && ./program | cmp - expected.vlm
+  # The array of a big-endian target has the numbers that its module has there.
+  "$room/last place/bin/velmdump" convert "$b/big.vlm" -o swapped.vlm --byte-order little
+  cmp swapped.vlm expected.vlm
+  cc -o program main.c "$b/libbig_app.a" && ./program | od -A n -v -t x4 >words
+  od -A n -v -t x4 --endian=big "$b/big.vlm" | cmp - words
+  grep -q "<html" "$b/a folder/big.html"
   builds_nothing "$b"
 
   touch more.entries
