@@ -4,6 +4,7 @@
 
 #include "format/coff_records.h"
 #include "format/reloc_types.h"
+#include "format/targets.h"
 #include "tools/velmdump/drawn_text.h"
 #include "tools/velmdump/words.h"
 
