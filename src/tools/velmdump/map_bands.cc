@@ -26,6 +26,18 @@ std::string line_to(double x1, double y1, double x2, double y2) {
     return "M" + svg_number(x1) + " " + svg_number(y1) + "L" + svg_number(x2) + " " + svg_number(y2);
 }
 
+/// How many bytes of each name are drawn. Any number of symbols can share a long name; the picture stays in proportion to
+/// its module.
+std::size_t drawn_length(const velm_module& module, const std::vector<std::uint32_t>& symbols) {
+    constexpr std::size_t longest = 512;
+    constexpr std::size_t shortened = 64;
+    constexpr std::size_t plenty = std::size_t{8} << 20;
+    std::size_t bytes = 0;
+    for (const std::uint32_t symbol : symbols)
+        bytes += std::min(module.name(module.symbols[symbol]).size(), longest);
+    return bytes < plenty ? longest : shortened;
+}
+
 /// A name of the list, its address before it; over as many lines as it needs.
 void draw_listed(svg_pen& pen, std::string_view name, std::uint32_t address, double x, double y) {
     const std::size_t line_cells = listing_grid().line_cells();
@@ -67,6 +79,7 @@ map_bands::map_bands(const velm_module& module) : module_(module) {
         if (module.is_export(module.symbols[i]) && module.symbols[i].section > 0)
             exports_.push_back(i);
     }
+    longest_name_ = drawn_length(module, exports_);
     std::stable_sort(exports_.begin(), exports_.end(), [&module](std::uint32_t a, std::uint32_t b) {
         const auto key = [&module](std::uint32_t i) {
             return std::tuple(module.symbols[i].section, module.symbols[i].value);
@@ -89,7 +102,7 @@ map_row map_bands::row_of(std::size_t index) const {
                                [this](std::uint32_t i, int wanted) { return module_.symbols[i].section < wanted; });
     for (; at != exports_.end() && module_.symbols[*at].section == number; ++at) {
         const velm_symbol_record& symbol = module_.symbols[*at];
-        names.push_back({symbol.value - section.header.paddr, page_name(module_.name(symbol)), false});
+        names.push_back({symbol.value - section.header.paddr, drawn_name(module_.name(symbol), longest_name_), false});
     }
     std::stable_sort(names.begin(), names.end(),
                      [](const map_name& a, const map_name& b) { return a.offset < b.offset; });

@@ -31,6 +31,7 @@ private:
 
     const velm_module& module_;
     std::vector<std::uint32_t> exports_;  ///< symbol indices, by section and value
+    std::size_t longest_name_;            ///< bytes of a name that are drawn
     double scale_ = 1;                    ///< picture units per byte
     double densest_ = 0;                  ///< relocations per byte of the densest packet
 };

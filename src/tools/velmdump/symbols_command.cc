@@ -67,6 +67,22 @@ std::vector<listed_symbol> measured(const velm_module& module) {
     return list;
 }
 
+/// Names as they are listed. Any number of symbols can share a long name: when so many bytes have been printed that no
+/// real module has them, long names are cut, and end with three dots.
+class listed_names {
+public:
+    std::string operator()(std::string_view name) {
+        constexpr std::size_t plenty = std::size_t{64} << 20;
+        constexpr std::size_t shortened = 256;
+        used_ += name.size();
+        return used_ < plenty || name.size() <= shortened ? std::string(name)
+                                                          : std::string(name.substr(0, shortened)) + "...";
+    }
+
+private:
+    std::size_t used_ = 0;
+};
+
 /// Imports have no address: they come last.
 bool before_by_address(const listed_symbol& a, const listed_symbol& b) {
     return std::tuple(a.record->section == 0, a.record->value) < std::tuple(b.record->section == 0, b.record->value);
@@ -83,9 +99,10 @@ void sort(std::vector<listed_symbol>& list, const std::string& order) {
 
 void print_list(const velm_module& module, const std::vector<listed_symbol>& list) {
     std::puts("address     size        kind  section           name");
+    listed_names names;
     for (const listed_symbol& each : list) {
         const std::string section = section_words(module, each.record->section, printable);
-        const std::string name = velm_module::is_named(*each.record) ? printable(each.name) : "-";
+        const std::string name = velm_module::is_named(*each.record) ? printable(names(each.name)) : "-";
         if (each.record->section == 0)
             std::printf("%-10s  %-10s  %c     %-16s  %s\n", "-", "-", each.kind, section.c_str(), name.c_str());
         else
@@ -94,10 +111,10 @@ void print_list(const velm_module& module, const std::vector<listed_symbol>& lis
     }
 }
 
-json symbol_object(const velm_module& module, const listed_symbol& each) {
+json symbol_object(const velm_module& module, const listed_symbol& each, listed_names& names) {
     json object = json::object();
     if (velm_module::is_named(*each.record))
-        put_name(object, "name", each.name);
+        put_name(object, "name", names(each.name));
     else
         object["name"] = nullptr;
     object["kind"] = std::string(1, each.kind);
@@ -110,13 +127,21 @@ json symbol_object(const velm_module& module, const listed_symbol& each) {
     return object;
 }
 
+/// Symbol by symbol, so that no list is too long for the memory.
 void print_list_as_json(const module_file& file, const std::vector<listed_symbol>& list) {
-    json document = json::object();
-    put_name(document, "file", file.path);
-    document["symbols"] = json::array();
-    for (const listed_symbol& each : list)
-        document["symbols"].push_back(symbol_object(file.module, each));
-    print_json(document, stdout);
+    json head = json::object();
+    put_name(head, "file", file.path);
+    const auto text_of = [](const json& value) { return value.dump(-1, ' ', false, json::error_handler_t::replace); };
+    std::string text = text_of(head);
+    text.pop_back();
+    std::fputs((text + ",\"symbols\":[").c_str(), stdout);
+    listed_names names;
+    const char* separator = "\n";
+    for (const listed_symbol& each : list) {
+        std::fputs((separator + text_of(symbol_object(file.module, each, names))).c_str(), stdout);
+        separator = ",\n";
+    }
+    std::puts("\n]}");
 }
 
 int symbols(const arguments& given) {
