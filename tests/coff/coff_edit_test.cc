@@ -217,6 +217,7 @@ TEST_P(CoffEditInBothOrders, AddingSections) {
         EXPECT_EQ(written.get_section(k)->sh_flags() & s_icode, s_icode) << k;
         EXPECT_EQ(written.get_section(k)->sh_nreloc(), 0U) << k;
     }
+    EXPECT_EQ(written.get_section(std::int16_t{1})->lnno(2)->entry.l_addr, 0x20U);
     COFF_SECTION& icode = *written.find_icode_sect();
     EXPECT_THAT(header_of(icode), ElementsAre(5, 16, 0, 0, 10, 0, 0, s_copy, 0));
     bytes contents = contents_of(icode);  // read in the units of the target, since width 8 is written as 0

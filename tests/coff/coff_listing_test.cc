@@ -119,9 +119,10 @@ TEST_P(CoffListing, XmlHasAllFacts) {
 }
 
 TEST(CoffListings, NoStringTableIsNoFault) {
-    coff_input input(coff_image{.string_table = false});
+    coff_input input(coff_image{.opthdr = 20, .string_table = false});
     EXPECT_EQ(listing([&](std::FILE* out) { input.file.dump_strings(out); }), "No string table\n");
     EXPECT_EQ(listing([&](std::FILE* out) { input.file.dump_strings_xml(out); }), "<strings size=\"0\"/>\n");
+    EXPECT_THAT(listing([&](std::FILE* out) { input.file.dump_xml(out); }), HasSubstr("size=\"20\" magic=\"0x0000\""));
 }
 
 // Emptied nodes are no entries.
