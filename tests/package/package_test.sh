@@ -9,6 +9,9 @@ cd "$room"
 cmake --install "$build" --prefix "$room/first place" >/dev/null
 mv "first place" "last place"
 export CMAKE_PREFIX_PATH="$room/last place"
+for file in man/man1/modforge.1 man/man5/velm.5 bash-completion/completions/velmdump doc/modforge/copyright; do
+  [ -s "last place/share/$file" ] || { echo "package_test: $file is not installed" >&2; exit 1; }
+done
 
 die() {
   echo "package_test: $*" >&2
