@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -135,6 +136,8 @@ public:
     std::FILE* stream() const { return fp_; }
     /// The path, or words in its place for a file that was read from a stream.
     const char* label() const { return file_name_ ? file_name_->c_str() : "the specified file"; }
+    /// Other words for a file that is read from a stream.
+    void set_label(const char* words) { file_name_ = std::make_unique<std::string>(words); }
     std::int32_t file_length() const { return file_length_; }
     /// Where the image begins in the stream, bytes.
     std::int32_t image_start() const { return file_start_; }
@@ -150,6 +153,8 @@ public:
     /// Bytes of the string table, length word included: in use, and until it has to grow. 0 while there is none.
     std::uint32_t strtab_size() const { return strtab_size_; }
     std::uint32_t strtab_capacity() const { return strtab_capacity_; }
+    /// The string table, length word included; empty while there is none. As string() says of its life.
+    std::string_view strtab_bytes() const { return strtab_ ? std::string_view(strtab_, strtab_size_) : ""; }
     /// Loads the string table if the input holds a sound one. False, without a word, if not.
     bool try_load_strings();
 

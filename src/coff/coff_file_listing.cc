@@ -41,8 +41,10 @@ void COFF_FILE::dump_header(std::FILE* out) const {
 
 void COFF_FILE::dump(std::FILE* out) {
     dump_header(out);
-    for (const auto& section : sections_)
-        section->dump(out);
+    for (const auto& section : sections_) {
+        if (section)
+            section->dump(out);
+    }
     symtab_.dump(out);
     dump_strings(out);
 }
@@ -75,8 +77,10 @@ void COFF_FILE::dump_xml(std::FILE* out) {
                      opt_hdr_.ofh_tsize, opt_hdr_.ofh_dsize, opt_hdr_.ofh_bsize, opt_hdr_.ofh_text_start,
                      opt_hdr_.ofh_data_start);
     }
-    for (const auto& section : sections_)
-        section->dump_xml(out);
+    for (const auto& section : sections_) {
+        if (section)
+            section->dump_xml(out);
+    }
     symtab_.dump_xml(out);
     dump_strings_xml(out);
     std::fputs("</coff_file>\n", out);

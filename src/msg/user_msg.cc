@@ -12,6 +12,8 @@
 
 #include "msg/end_run.h"
 
+void (*user_msg_sink)(USER_MSG::ERROR_SEVERITY severity, const char* text) = nullptr;
+
 constinit USER_MSG UMSG(USER_MSG::REMARK, 100);
 static_assert(std::is_trivially_destructible_v<USER_MSG>);
 
@@ -102,7 +104,10 @@ void USER_MSG::message(ERROR_SEVERITY severity, const char* format, arguments ar
     }
 
     std::FILE* const stream = severity < WARNING ? stdout : stderr;
-    print_wrapped(stream, buffer, prefix_length);
+    if (user_msg_sink)
+        user_msg_sink(severity, buffer + prefix_length);
+    else
+        print_wrapped(stream, buffer, prefix_length);
     std::fflush(stream);
     if (severity == ERROR)
         ++error_count_;

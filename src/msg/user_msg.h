@@ -61,6 +61,10 @@ private:
     std::int32_t error_count_ = 0;
 };
 
+/// Where messages go in place of the standard streams: the text without prefix and line break. Null in the converter; a
+/// program with a voice of its own sets it.
+extern void (*user_msg_sink)(USER_MSG::ERROR_SEVERITY severity, const char* text);
+
 /// The one instance. Initialised at compile time and never destroyed: it exists before and after everything else.
 extern constinit USER_MSG UMSG;
 

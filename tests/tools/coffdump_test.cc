@@ -1,6 +1,8 @@
 // coffdump through its command line, on images made by the builder.
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -8,6 +10,7 @@
 #include "cases/random_request.h"
 #include "format/reloc_types.h"
 #include "support/coff_builder.h"
+#include "support/json_schema.h"
 #include "support/run_program.h"
 
 namespace {
@@ -141,11 +144,43 @@ TEST_F(Coffdump, WhatTheFileDoesNotHoldIsNamed) {
     coff_image image = sample();
     image.sections[0].scnptr = 0x7FFFFFFF;
     image.sections[0].lnnoptr = 0x7FFFFFFF;
-    const std::string out = listing(image, "--all");
-    EXPECT_THAT(out, HasSubstr("contents are not in the file"));
-    EXPECT_THAT(out, HasSubstr("line numbers are not in the file"));
-    listing(image, "--xml");
-    listing(image, "--json");
+    files.write("app.out", image.data());
+    for (const std::string option : {"--all", "--xml", "--json", "--headers"}) {
+        const run_result result = run({option, "app.out"});
+        EXPECT_EQ(result.status, 1) << option;
+        EXPECT_EQ(result.err,
+                  "coffdump: app.out: 5 bytes of section .text at offset 2147483647 run past the end of the "
+                  "file\ncoffdump: app.out: 1 line numbers of section .text at offset 2147483647 run past the "
+                  "end of the file\n");
+        EXPECT_THAT(result.out, HasSubstr(".data:long_name")) << option;
+    }
+    EXPECT_THAT(run({"--all", "app.out"}).out, HasSubstr("contents are not in the file"));
+}
+
+// Whatever is cut off: the rest is listed, in every form, and the status tells.
+TEST_F(Coffdump, ACutFileIsListedAsFarAsItGoes) {
+    const support::bytes whole = sample().data();
+    const std::string everything = listing(sample(), "--all");
+    std::size_t lines = 0;
+    for (std::size_t size = 0; size < whole.size(); size += 7) {
+        files.write("app.out", support::bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
+        const run_result result = run({"--all", "app.out"});
+        ASSERT_EQ(result.status, 1) << size;
+        ASSERT_THAT(result.err, ::testing::StartsWith("coffdump: app.out: ")) << size;
+        const auto now = static_cast<std::size_t>(std::count(result.out.begin(), result.out.end(), '\n'));
+        EXPECT_GE(now + 2, lines) << size << result.out;  // "No string table", "are not in the file" come and go
+        lines = std::max(lines, now);
+        files.write("app.xml", run({"--xml", "app.out"}).out);
+        if (size >= 22) {
+            ASSERT_TRUE(nlohmann::json::accept(run({"--json", "app.out"}).out)) << size;
+            ASSERT_EQ(support::run_program({XMLLINT_PROGRAM, "--noout", files.file("app.xml")}).status, 0) << size;
+        }
+    }
+    const std::string most(whole.begin(), whole.end() - 8);
+    const run_result piped = support::run_program({COFFDUMP_PROGRAM, "--symbols", "-"}, {.input = most});
+    EXPECT_EQ(piped.status, 1);
+    EXPECT_THAT(piped.err, ::testing::StartsWith("coffdump: standard input: the string table runs past the end"));
+    EXPECT_THAT(piped.out, HasSubstr("_main (.text)"));
 }
 
 TEST_F(Coffdump, EntriesAreCheckedAgainstTheFile) {
@@ -156,15 +191,26 @@ TEST_F(Coffdump, EntriesAreCheckedAgainstTheFile) {
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.out,
               "one:2:7: warning: symbol '_missing' matches nothing in app.out\n"
+              "    modforge says: WARNING: Symbol _missing from entries file not found in app.out\n"
               "one:3:19: warning: prefix '_api_f' is shadowed: other entries answer for everything that it matches\n"
+              "    modforge says: WARNING: Prefix _api_f from entries file not found in app.out\n"
               "two:1:1: warning: symbol '_main' is listed with another qualifier at one:2:1\n"
+              "    modforge says: WARNING: Duplicate entries for _main from entries file(s) with different qualifiers. "
+              "Keeping entry  _main\n"
               "two:2:1: warning: symbol '_static' is static, and static symbols have no name in a module\n"
+              "    modforge says: WARNING: Symbol _static from entries file not found in app.out\n"
               "two:2:9: warning: symbol '_printf' is undefined: it is imported, not exported\n"
               "two:2:17: warning: symbol '__DLStart' is the entry point, which travels without a name\n"
               "two:2:27: warning: symbol '_tag' has a storage class that no module holds\n"
+              "    modforge says: WARNING: Symbol _tag from entries file not found in app.out\n"
+              "two:3:1: warning: section '.text' exports nothing: a symbol that it matches is the entry point, which "
+              "travels without a name\n"
+              "    modforge says: WARNING: Section .text from entries file not found in app.out\n"
               "two:3:8: warning: section '.bss' matches nothing in app.out\n"
+              "    modforge says: WARNING: Section .bss from entries file not found in app.out\n"
               "two:3:21: warning: excluded section '.gone' matches nothing in app.out\n"
               "two:3:28: warning: prefix '_api_' is listed already at one:3:12\n"
+              "    modforge says: WARNING: Prefix _api_ from entries file not found in app.out\n"
               "one:2:1: _main exports 1 symbol\n"
               "one:2:7: _missing exports 0 symbols\n"
               "one:3:3: -_absent exports 0 symbols\n"
@@ -179,11 +225,71 @@ TEST_F(Coffdump, EntriesAreCheckedAgainstTheFile) {
               "two:3:8: @.bss exports 0 symbols\n"
               "two:3:14: !.data excludes 1 section\n"
               "two:3:21: !.gone excludes 0 sections\n"
-              "two:3:28: ^_api_ exports 0 symbols\n");
+              "two:3:28: ^_api_ exports 0 symbols\n"
+              "(added): -__DLModules exports 0 symbols\n"
+              "(added): -.bss exports 0 symbols\n");
     EXPECT_EQ(result.status, 1);
 
     files.write("good", "_main\n");
     EXPECT_EQ(run({"entries", "app.out", "good"}).status, 0);
+}
+
+// What modforge takes otherwise than its writer may have meant; and what it refuses.
+TEST_F(Coffdump, OddEntriesFilesAreTold) {
+    files.write("app.out", sample().data());
+    const std::string none = "matches nothing in app.out";
+    const struct {
+        std::string text;
+        std::string words;
+        std::string count;
+    } table[] = {
+        {std::string("_main\0_other", 12), "1:1: warning: a NUL ends the entry, and what is behind it is ignored\n",
+         "_main"},
+        {"\xEF\xBB\xBF_main", "warning: the file begins with a byte-order mark", "\\xEF\\xBB\\xBF_main"},
+        {std::string("\xFF\xFE_\0m\0", 6), "warning: the file is UTF-16", "\\xFF\\xFE_"},
+        {"# note\r_main\r", "1:1: warning: a carriage return does not end this comment", ""},
+        {"# note\r\n_main", "", "_main"},
+        {"_mian", "symbol '_mian' " + none + "; did you mean '_main'?", "_mian"},
+        {"main", "; did you mean '_main'?", "main"},
+        {"@.data:longname", "; did you mean '.data:long_name'?", "@.data:longname"},
+        {"^_ipi_", "; did you mean '_api_'?", "^_ipi_"},
+        {"__DLModules _main",
+         "1:1: warning: symbol '__DLModules' is listed without '-', but modforge adds '-__DLModules'", "_main"},
+        {std::string(256, 'x') + " _main", "1:1: error: an entry has 256 characters\n", "_main"},
+    };
+    for (const auto& row : table) {
+        files.write("names", row.text);
+        const run_result result = run({"entries", "app.out", "names"});
+        EXPECT_THAT(result.out, HasSubstr(row.words));
+        if (!row.count.empty()) {
+            EXPECT_THAT(result.out, HasSubstr(": " + row.count + " exports "));
+        }
+        EXPECT_EQ(result.status, row.words.empty() ? 0 : 1) << row.words;
+    }
+}
+
+TEST_F(Coffdump, JsonIsAsItsSchemaSays) {
+    std::ifstream schema_file(MODFORGE_SOURCE_DIR "/docs/coffdump.schema.json");
+    const auto schema = nlohmann::json::parse(schema_file);
+    const auto json = nlohmann::json::parse(listing(sample(), "--json"));
+    support::expect_as_in_schema(json, schema, schema, "$");
+    EXPECT_EQ(json["strings"][1]["string"], "_api_second");
+    EXPECT_EQ(json["strings"][1]["offset"], 15);
+}
+
+TEST_F(Coffdump, TheDocsShowWhatItPrints) {
+    const support::bytes text = support::read_file(MODFORGE_SOURCE_DIR "/docs/coffdump.md");
+    const std::string page(text.begin(), text.end());
+    for (const std::vector<std::string>& arguments :
+         std::vector<std::vector<std::string>>{{"--help"}, {"check", "--help"}, {"entries", "--help"}}) {
+        const std::string help = run(arguments).out;
+        EXPECT_THAT(page, HasSubstr("```\n" + help + "```\n"));
+        EXPECT_THAT(help, Not(HasSubstr(" \n")));
+    }
+    for (const std::string name : {"audio.out", "audio.entries"})
+        files.write(name, support::read_file(MODFORGE_SOURCE_DIR "/examples/" + name));
+    EXPECT_THAT(page, HasSubstr("```\n$ coffdump entries audio.out audio.entries\n" +
+                                run({"entries", "audio.out", "audio.entries"}).out + "```\n"));
 }
 
 TEST_F(Coffdump, StatusTellsFaultsFromTrouble) {
@@ -207,7 +313,6 @@ TEST_F(Coffdump, StatusTellsFaultsFromTrouble) {
         {{"entries", "app.out"}, 2, "ENTRIES"},
         {{"entries", "app.out", "absent"}, 2, "cannot read absent"},
         {{"entries", "app.out", "."}, 2, "cannot read .: Is a directory"},
-        {{"entries", "app.out", "long"}, 2, "long:1: an entry has more than 255 characters"},
     };
     for (const auto& row : table) {
         const run_result result = run(row.arguments);

@@ -7,6 +7,7 @@
 
 #include "format/reloc_types.h"
 #include "support/coff_builder.h"
+#include "support/json_schema.h"
 #include "support/run_program.h"
 #include "tools/second_opinion/conversion.h"
 
@@ -100,25 +101,6 @@ TEST_F(Velmdump, ShowsEachPart) {
     EXPECT_TRUE(json["findings"].empty());
 }
 
-/// What the schema requires of an object is there, and nothing is there that it does not know.
-void expect_as_in_schema(const nlohmann::json& value, const nlohmann::json& schema, const nlohmann::json& root,
-                         const std::string& where) {
-    if (schema.contains("$ref"))
-        return expect_as_in_schema(value, root["$defs"][schema["$ref"].get<std::string>().substr(8)], root, where);
-    if (value.is_array() && schema.contains("items")) {
-        for (const auto& item : value)
-            expect_as_in_schema(item, schema["items"], root, where + "[]");
-    }
-    if (!value.is_object())
-        return;
-    for (const auto& name : schema["required"])
-        EXPECT_TRUE(value.contains(name)) << where << ": " << name;
-    for (const auto& [name, member] : value.items()) {
-        ASSERT_TRUE(schema["properties"].contains(name)) << where << ": " << name;
-        expect_as_in_schema(member, schema["properties"][name], root, where + "." + name);
-    }
-}
-
 TEST_F(Velmdump, JsonIsAsItsSchemaSays) {
     support::coff_image image = sample();
     image.symbols[0].name = "_caf\xE9";
@@ -131,7 +113,7 @@ TEST_F(Velmdump, JsonIsAsItsSchemaSays) {
         std::ifstream schema_file(MODFORGE_SOURCE_DIR "/docs/" + schema_name);
         const auto schema = nlohmann::json::parse(schema_file);
         const auto json = nlohmann::json::parse(good(arguments));
-        expect_as_in_schema(json, schema, schema, schema_name);
+        support::expect_as_in_schema(json, schema, schema, schema_name);
         return json;
     };
     printed("velmdump-size.schema.json", {"size", "--json", "app.vlm", "--against", "app.vlm"});

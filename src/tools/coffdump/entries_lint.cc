@@ -1,71 +1,68 @@
-// Follows the converter's questions: names first, then prefixes in their order, then the symbol's section. An entry that
-// is never the first to answer is shadowed.
+// What the module exports, and by which entry, is the conversion's answer. Which entries apply besides, and never get to
+// answer, is found here: by name first, then the prefixes in their order, then the symbol's section.
 #include "tools/coffdump/entries_lint.h"
 
-#include <cstdio>
+#include <algorithm>
 #include <map>
 #include <set>
-#include <string_view>
+#include <unordered_map>
 
-#include "coff/coff_file.h"
-#include "coff/coff_section.h"
-#include "coff/coff_symbol.h"
-#include "coff/coff_symbol_table.h"
-#include "format/limits.h"
-#include "format/reloc_record.h"
-#include "format/reloc_types.h"
-#include "tools/common/file_input.h"
+#include "tools/coffdump/near_names.h"
 #include "tools/common/text_forms.h"
-#include "tools/common/tool_run.h"
 
 namespace {
 
-bool is_blank(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
+namespace so = second_opinion;
+
+/// The section of the input in which a symbol lies, null when there is none.
+const so::section* section_of(const so::account& told, const so::symbol& symbol) {
+    const auto number = static_cast<std::size_t>(symbol.scnum);
+    return symbol.scnum > 0 && number <= told.input->sections.size() ? &told.input->sections[number - 1] : nullptr;
 }
 
-placed_entry make_entry(const std::string& file, unsigned long line, unsigned long column, const std::string& text) {
-    placed_entry entry;
-    entry.file = file;
-    entry.line = line;
-    entry.column = column;
-    entry.optional = text[0] == '-';
-    entry.text = text;
-    entry.name = text.substr(entry.optional);
-    const char marker = entry.name.empty() ? '\0' : entry.name[0];
-    if (marker == '^')
-        entry.kind = placed_entry::prefix;
-    else if (marker == '@')
-        entry.kind = placed_entry::export_section;
-    else if (marker == '!')
-        entry.kind = placed_entry::excluded_section;
-    if (entry.kind != placed_entry::symbol)
-        entry.name.erase(0, 1);
-    return entry;
+bool is_left_out(const so::account& told, const so::symbol& symbol) {
+    const so::section* const section = section_of(told, symbol);
+    return section && !told.in_module(*section);
 }
 
-/// What the converter knows about a symbol when it asks whether it is an entry.
-struct candidate {
-    std::string_view name;
-    COFF_SECTION* section;  ///< null: undefined, absolute, or a section that does not exist
-    int sclass;
-    bool defined;
-    bool referenced;  ///< some relocation uses it
-};
+const char* why_left_out(so::section_fate fate) {
+    switch (fate) {
+    case so::section_fate::dummy:
+        return "a dummy section";
+    case so::section_fate::not_loaded:
+        return "a section that is not loaded";
+    case so::section_fate::excluded:
+        return "excluded by an entry";
+    default:
+        return "empty";
+    }
+}
 
-/// Why the module will not show the symbol under its name although an entry asks for it; empty when it will.
-std::string obstacle_of(const candidate& symbol) {
-    if (symbol.name == "__DLStart")
-        return "is the entry point, which travels without a name";
-    if (!is_accepted_class(symbol.sclass))
-        return "has a storage class that no module holds";
-    if (symbol.sclass == C_STAT)
+/// Why the module will not show the symbol under its name although an entry applies to it; empty when it will.
+std::string obstacle_of(const so::account& told, std::size_t k) {
+    const so::symbol& symbol = told.input->symbols[k];
+    if (symbol.sclass == so::nameless_class && symbol.scnum != 0)
         return "is static, and static symbols have no name in a module";
-    if (!symbol.defined)
+    switch (told.symbols[k].fate) {
+    case so::symbol_fate::exported:
+        if (is_left_out(told, symbol)) {
+            const so::section& section = *section_of(told, symbol);
+            return "lies in " + printable(section.name) + ", which the module leaves out (" +
+                   why_left_out(told.sections[section.number - 1].fate) + "): it is imported, not exported";
+        }
+        return {};
+    case so::symbol_fate::imported:
+    case so::symbol_fate::undefined:
         return "is undefined: it is imported, not exported";
-    if (!is_external_class(symbol.sclass) && !symbol.referenced)
+    case so::symbol_fate::nameless:
+        return "is the entry point, which travels without a name";
+    case so::symbol_fate::class_unkept:
+        return "has a storage class that no module holds";
+    case so::symbol_fate::not_external:
         return "is not external and no relocation uses it";
-    return {};
+    default:
+        return {};
+    }
 }
 
 /// The entries by what they are asked for.
@@ -73,166 +70,234 @@ class entry_book {
 public:
     explicit entry_book(std::vector<placed_entry>& entries) {
         for (placed_entry& entry : entries) {
-            auto& known = by_text_[entry.kind];
-            const auto [place, added] = known.emplace(entry.name, &entry);
+            by_name_start_.emplace(entry.name.data(), &entry);
+            const auto [place, added] = by_text_[entry.kind].emplace(entry.name, &entry);
             if (!added)
                 entry.first = place->second;
             else if (entry.kind == placed_entry::prefix)
                 prefixes_.push_back(&entry);
+            if (entry.file.empty())
+                added_.push_back(&entry);
         }
     }
 
-    /// The entries that apply to the symbol, the one that answers first.
-    std::vector<placed_entry*> all_for(const candidate& symbol) {
+    /// The entry that the conversion found; null for none.
+    placed_entry* of(const so::entry* found) const {
+        if (!found)
+            return nullptr;
+        if (found->is_default) {
+            const auto same = std::find_if(added_.begin(), added_.end(),
+                                           [found](const placed_entry* e) { return e->name == found->name; });
+            return same == added_.end() ? nullptr : *same;
+        }
+        const auto place = by_name_start_.find(found->name.data());
+        return place == by_name_start_.end() ? nullptr : place->second;
+    }
+
+    /// The entries that apply to a symbol.
+    std::vector<placed_entry*> all_for(std::string_view name, const so::section* section) const {
         std::vector<placed_entry*> result;
-        add(result, placed_entry::symbol, symbol.name);
+        add(result, placed_entry::symbol, name);
         for (placed_entry* entry : prefixes_) {
-            if (symbol.name.substr(0, entry->name.size()) == entry->name)
+            if (name.starts_with(entry->name))
                 result.push_back(entry);
         }
-        if (symbol.section)
-            add(result, placed_entry::export_section, symbol.section->name());
+        if (section)
+            add(result, placed_entry::export_section, section->name);
         return result;
     }
 
     /// The entries that exclude a section of this name.
-    std::vector<placed_entry*> all_excluding(std::string_view name) {
+    std::vector<placed_entry*> all_excluding(std::string_view name) const {
         std::vector<placed_entry*> result;
-        for (;;) {
+        for (std::size_t colon = 0; colon != std::string_view::npos; name = name.substr(0, colon)) {
             add(result, placed_entry::excluded_section, name);
-            const std::size_t colon = name.rfind(':');
-            if (colon == std::string_view::npos)
-                return result;
-            name = name.substr(0, colon);
+            colon = name.rfind(':');
         }
+        return result;
     }
 
 private:
-    void add(std::vector<placed_entry*>& result, placed_entry::kind_type kind, std::string_view name) {
+    void add(std::vector<placed_entry*>& result, placed_entry::kind_type kind, std::string_view name) const {
         const auto found = by_text_[kind].find(name);
         if (found != by_text_[kind].end())
             result.push_back(found->second);
     }
 
-    std::map<placed_entry::kind_type, std::map<std::string, placed_entry*, std::less<>>> by_text_;
+    std::unordered_map<std::string_view, placed_entry*> by_text_[4];
+    std::unordered_map<const char*, placed_entry*> by_name_start_;
     std::vector<placed_entry*> prefixes_;
+    std::vector<placed_entry*> added_;
 };
 
-std::set<std::uint32_t> referenced_symbols(COFF_FILE& input) {
-    std::set<std::uint32_t> result;
-    for (int n = 1; n <= input.fh_nscns(); ++n) {
-        for (const reloc* rec : items<reloc>(*input.get_section(static_cast<std::int16_t>(n))->get_reloc_list())) {
-            if (is_sym_reloc(rec->r_type, rec->r_symndx))
-                result.insert(rec->r_symndx);
-        }
+void apply_to_symbol(const so::account& told, std::size_t k, const entry_book& book) {
+    const so::symbol& symbol = told.input->symbols[k];
+    const std::vector<placed_entry*> applying = book.all_for(symbol.name, section_of(told, symbol));
+    // A symbol of a debugging class is nobody's match, unless an entry names it outright.
+    if (applying.empty() ||
+        (told.symbols[k].fate == so::symbol_fate::class_unkept && applying[0]->kind != placed_entry::symbol))
+        return;
+    const std::string obstacle = obstacle_of(told, k);
+    for (placed_entry* entry : applying) {
+        ++entry->matches;
+        if (entry->exports == 0 && !obstacle.empty())
+            entry->obstacle = obstacle;
     }
-    return result;
+    ++applying[0]->decides;
+    placed_entry* const by = book.of(told.symbols[k].by);
+    if (by && told.symbols[k].fate == so::symbol_fate::exported && !is_left_out(told, symbol))
+        ++by->exports;
 }
 
-void count(const std::vector<placed_entry*>& applying, const std::string& obstacle, bool exported) {
-    for (std::size_t i = 0; i < applying.size(); ++i) {
-        placed_entry& entry = *applying[i];
-        ++entry.matches;
-        if (entry.kind == placed_entry::symbol && entry.exports == 0)
-            entry.obstacle = obstacle;
-        if (i == 0) {
-            ++entry.decides;
-            entry.exports += exported;
-        }
-    }
-}
-
-const char* what(const placed_entry& entry) {
+const char* kind_words(placed_entry::kind_type kind) {
     static const char* const names[] = {"symbol", "prefix", "section", "excluded section"};
-    return names[entry.kind];
+    return names[kind];
 }
 
-/// The complaint about the entry, empty when there is none.
-std::string complaint(const placed_entry& entry, const char* input_name) {
-    const std::string named = std::string(what(entry)) + " '" + entry.name + "' ";
-    if (entry.first) {
-        const std::string place =
-            entry.first->file + ":" + std::to_string(entry.first->line) + ":" + std::to_string(entry.first->column);
-        if (entry.first->optional != entry.optional)
-            return named + "is listed with another qualifier at " + place;
-        return named + "is listed already at " + place;
+/// What the complaints need to know of the input, gathered when the first needs it.
+class linter {
+public:
+    linter(const so::account& told, const std::vector<placed_entry>& entries, const std::string& input_name,
+           const std::string& said)
+        : told_(told), input_name_(input_name) {
+        for (const placed_entry& entry : entries)
+            required_[{entry.kind, entry.name}] += !entry.optional;
+        for (std::size_t at = 0; at < said.size();) {
+            const std::size_t end = std::min(said.find('\n', at), said.size());
+            said_.insert(said.substr(at, end - at));
+            at = end + 1;
+        }
     }
-    if (entry.matches == 0)
-        return entry.optional ? "" : named + "matches nothing in " + input_name;
-    if (!entry.obstacle.empty() && entry.exports == 0)
-        return named + entry.obstacle;
-    if (entry.decides == 0)
-        return named + "is shadowed: other entries answer for everything that it matches";
-    return "";
-}
+
+    /// The warning about the entry, its text empty when there is none.
+    finding complaint(const placed_entry& entry) {
+        finding made{false, entry.place(), "", says_missing(entry), ""};
+        const std::string named = std::string(kind_words(entry.kind)) + " '" + std::string(entry.name) + "' ";
+        if (entry.first)
+            repeated(entry, named, made);
+        else if (entry.file.empty())
+            return made;
+        else if (entry.matches == 0)
+            matchless(entry, named, made);
+        else if (entry.exports == 0 && entry.kind != placed_entry::excluded_section && !entry.obstacle.empty() &&
+                 (entry.kind == placed_entry::symbol || entry.decides != 0))
+            made.text = named + obstacle_words(entry);
+        else if (entry.decides == 0 && entry.kind == placed_entry::excluded_section)
+            made.text = named + "has no effect: what it matches is left out without it";
+        else if (entry.decides == 0)
+            made.text = named + "is shadowed: other entries answer for everything that it matches";
+        else if (!made.says.empty())
+            made.text = named + "exports nothing";
+        return made;
+    }
+
+private:
+    static std::string obstacle_words(const placed_entry& entry) {
+        if (entry.kind == placed_entry::symbol)
+            return entry.obstacle;
+        return "exports nothing: a symbol that it matches " + entry.obstacle;
+    }
+
+    void repeated(const placed_entry& entry, const std::string& named, finding& made) const {
+        const placed_entry& kept = *entry.first;
+        const bool differs = kept.optional != entry.optional;
+        if (entry.file.empty()) {  // added behind the user's: of interest only when modforge warns of it
+            if (!differs)
+                return;
+            made.place = kept.place();
+            made.text =
+                named + "is listed without '-', but modforge adds '-" + std::string(entry.name) + "' to all entries";
+            made.way_out = "write it with '-', or leave it out";
+        } else {
+            made.text =
+                named + (differs ? "is listed with another qualifier at " : "is listed already at ") + kept.place();
+        }
+        const bool in_table = entry.kind == placed_entry::symbol || entry.kind == placed_entry::excluded_section;
+        const std::string name(entry.name);
+        if (differs && in_table)
+            made.says = "WARNING: Duplicate entries for " + name +
+                        " from entries file(s) with different qualifiers. Keeping entry " +
+                        (kept.optional ? '-' : ' ') + name;
+    }
+
+    void matchless(const placed_entry& entry, const std::string& named, finding& made) {
+        if (entry.optional)
+            return;
+        made.text = named + "matches nothing in " + input_name_;
+        const std::string near = nearest_name(entry.name, candidates(entry.kind), entry.kind == placed_entry::prefix);
+        if (!near.empty())
+            made.text += "; did you mean '" + near + "'?";
+    }
+
+    std::string says_missing(const placed_entry& entry) const {
+        static const char* const words[] = {"Symbol ", "Prefix ", "Section "};
+        if (entry.optional || entry.kind == placed_entry::excluded_section)
+            return {};
+        const std::string line = std::string("WARNING: ") + words[entry.kind] + std::string(entry.name) +
+                                 " from entries file not found in " + input_name_;
+        // Of prefixes and sections every repetition is missed, too; of them all the first is found first.
+        const bool only_once = entry.kind == placed_entry::symbol;
+        const std::size_t others = entry.first || only_once ? 0 : required_.at({entry.kind, entry.name}) - 1;
+        return (only_once && entry.first) || said_.count(line) <= others ? "" : line;
+    }
+
+    const std::vector<std::string_view>& candidates(placed_entry::kind_type kind) {
+        const bool symbols = kind == placed_entry::symbol || kind == placed_entry::prefix;
+        std::vector<std::string_view>& names = symbols ? symbol_names_ : section_names_;
+        if (!names.empty())
+            return names;
+        std::set<std::string_view> different;
+        if (symbols) {
+            for (std::size_t k = 0; k < told_.symbols.size(); ++k) {
+                if (told_.symbols[k].fate != so::symbol_fate::class_unkept)
+                    different.insert(told_.input->symbols[k].name);
+            }
+        } else {
+            for (const so::section& section : told_.input->sections)
+                different.insert(section.name);
+        }
+        names.assign(different.begin(), different.end());
+        return names;
+    }
+
+    const so::account& told_;
+    const std::string& input_name_;
+    std::multiset<std::string> said_;
+    std::map<std::pair<placed_entry::kind_type, std::string_view>, std::size_t> required_;  // how often, without '-'
+    std::vector<std::string_view> symbol_names_;
+    std::vector<std::string_view> section_names_;
+};
 
 }  // namespace
 
-bool read_entries(const std::string& file, std::vector<placed_entry>& entries) {
-    const auto bytes = read_whole(file);
-    if (!bytes)
-        return false;
-    const std::string text(bytes->begin(), bytes->end());
-    unsigned long line = 1;
-    std::size_t line_start = 0;
-    for (std::size_t at = 0; at < text.size();) {
-        if (is_blank(text[at])) {
-            if (text[at++] == '\n') {
-                ++line;
-                line_start = at;
-            }
-        } else if (text[at] == '#') {
-            at = std::min(text.find('\n', at), text.size());
-        } else {
-            const std::size_t start = at;
-            while (at < text.size() && !is_blank(text[at]))
-                ++at;
-            if (at - start > max_entry_length) {
-                complain("%s:%lu: an entry has more than 255 characters", printable(file).c_str(), line);
-                return false;
-            }
-            entries.push_back(make_entry(file, line, start - line_start + 1, text.substr(start, at - start)));
-        }
+void apply_entries(const so::account& told, std::vector<placed_entry>& entries) {
+    const entry_book book(entries);
+    for (std::size_t k = 0; k < told.symbols.size(); ++k)
+        apply_to_symbol(told, k, book);
+    for (std::size_t n = 0; n < told.sections.size(); ++n) {
+        for (placed_entry* entry : book.all_excluding(told.input->sections[n].name))
+            ++entry->matches;
+        if (placed_entry* const by =
+                told.sections[n].fate == so::section_fate::excluded ? book.of(told.sections[n].by) : nullptr)
+            ++by->decides;
     }
-    return true;
 }
 
-void apply_entries(COFF_FILE& input, std::vector<placed_entry>& entries) {
-    entry_book book(entries);
-    const std::set<std::uint32_t> referenced = referenced_symbols(input);
-    SLIST::NODE* node = input.symbol_table()->first_sym();
-    for (; node; node = node->mylist()->next(node)) {
-        auto* sym = static_cast<COFF_SYMBOL*>(node->data);
-        candidate symbol{sym->name(), nullptr, sym->sclass(), sym->scnum() != 0,
-                         referenced.count(sym->coff_index()) != 0};
-        if (sym->scnum() > 0)
-            symbol.section = input.get_section(sym->scnum());
-        const std::string obstacle = obstacle_of(symbol);
-        // A symbol of a debugging class is nobody's match, unless an entry names it outright.
-        std::vector<placed_entry*> applying = book.all_for(symbol);
-        if (!is_accepted_class(symbol.sclass) && (applying.empty() || applying[0]->kind != placed_entry::symbol))
-            continue;
-        count(applying, obstacle, obstacle.empty());
-    }
-    for (int n = 1; n <= input.fh_nscns(); ++n)
-        count(book.all_excluding(input.get_section(static_cast<std::int16_t>(n))->name()), "", false);
-}
-
-unsigned long report_entries(const std::vector<placed_entry>& entries, const char* input_name, std::FILE* out) {
-    unsigned long warnings = 0;
+void lint_entries(const so::account& told, const std::vector<placed_entry>& entries, const std::string& input_name,
+                  const std::string& said, finding_list& findings) {
+    linter words(told, entries, input_name, said);
     for (const placed_entry& entry : entries) {
-        const std::string text = complaint(entry, input_name);
-        if (text.empty())
-            continue;
-        std::fprintf(out, "%s:%lu:%lu: warning: %s\n", entry.file.c_str(), entry.line, entry.column, text.c_str());
-        ++warnings;
+        finding made = words.complaint(entry);
+        if (!made.text.empty())
+            findings.add(std::move(made), true);
     }
+}
+
+void print_counts(const std::vector<placed_entry>& entries, std::FILE* out) {
     for (const placed_entry& entry : entries) {
         const bool excludes = entry.kind == placed_entry::excluded_section;
-        const unsigned long number = excludes ? entry.decides : entry.exports;
-        std::fprintf(out, "%s:%lu:%lu: %s %s %lu %s%s\n", entry.file.c_str(), entry.line, entry.column,
-                     entry.text.c_str(), excludes ? "excludes" : "exports", number, excludes ? "section" : "symbol",
-                     number == 1 ? "" : "s");
+        std::fprintf(out, "%s: %s %s %s\n", printable(entry.place()).c_str(), printable(entry.text).c_str(),
+                     excludes ? "excludes" : "exports",
+                     (excludes ? counted(entry.decides, "section") : counted(entry.exports, "symbol")).c_str());
     }
-    return warnings;
 }

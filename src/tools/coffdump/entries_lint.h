@@ -1,4 +1,4 @@
-// Looks at entries files beside the COFF file that they are for, and says which entries do not do what they seem to.
+// Holds entries against what a conversion made of them, and says which do not do what they seem to.
 #ifndef MODFORGE_TOOLS_COFFDUMP_ENTRIES_LINT_H
 #define MODFORGE_TOOLS_COFFDUMP_ENTRIES_LINT_H
 
@@ -6,37 +6,21 @@
 #include <string>
 #include <vector>
 
-class COFF_FILE;
+#include "tools/coffdump/entries_text.h"
+#include "tools/coffdump/findings.h"
+#include "tools/second_opinion/account.h"
+#include "tools/second_opinion/conversion.h"
 
-/// One entry of an entries file, with its place.
-struct placed_entry {
-    enum kind_type { symbol, prefix, export_section, excluded_section };
+/// Counts for each entry what it matches, and what the module exports or leaves out because of it. `entries` must not
+/// move later: repeated entries point to each other.
+void apply_entries(const second_opinion::account& told, std::vector<placed_entry>& entries);
 
-    std::string file;
-    unsigned long line = 0;
-    unsigned long column = 0;  ///< of the first character, from 1
-    kind_type kind = symbol;
-    bool optional = false;
-    std::string text;  ///< as it stands in the file
-    std::string name;  ///< without qualifier and marker
+/// Adds a warning for every entry that has no effect, or another one than it seems. `input_name`: as modforge is given
+/// it; `said`: what modforge says on standard error.
+void lint_entries(const second_opinion::account& told, const std::vector<placed_entry>& entries,
+                  const std::string& input_name, const std::string& said, finding_list& findings);
 
-    unsigned long matches = 0;            ///< symbols, or sections, that it applies to
-    unsigned long decides = 0;            ///< those of them that no entry before it answers for
-    unsigned long exports = 0;            ///< symbols that the module shows under their names because of it
-    std::string obstacle;                 ///< why a symbol of this name is not exported; empty: none is known
-    const placed_entry* first = nullptr;  ///< the entry that says the same before it
-};
-
-/// Reads the entries of one file. False, with a message on standard error, when it cannot be read or holds a token
-/// of more than 255 characters.
-bool read_entries(const std::string& file, std::vector<placed_entry>& entries);
-
-/// Counts for each entry what it matches and exports in `input`, which has been read. `entries` must not move later:
-/// repeated entries point to each other.
-void apply_entries(COFF_FILE& input, std::vector<placed_entry>& entries);
-
-/// Prints the warnings ("file:line:column: warning: ...") and then, per entry, how many symbols it exports. Returns
-/// the number of warnings.
-unsigned long report_entries(const std::vector<placed_entry>& entries, const char* input_name, std::FILE* out);
+/// Prints per entry how many symbols it exports, or sections it excludes.
+void print_counts(const std::vector<placed_entry>& entries, std::FILE* out);
 
 #endif

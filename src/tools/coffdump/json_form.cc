@@ -1,5 +1,6 @@
 #include "tools/coffdump/json_form.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -9,6 +10,7 @@
 #include "coff/coff_symbol.h"
 #include "coff/coff_symbol_table.h"
 #include "format/reloc_types.h"
+#include "tools/coffdump/input_file.h"
 #include "tools/common/json_text.h"
 #include "tools/common/text_forms.h"
 
@@ -57,7 +59,34 @@ json relocation(COFF_FILE& input, COFF_SECTION& section, const reloc& entry) {
     return object;
 }
 
-json section_object(COFF_FILE& input, COFF_SECTION& section) {
+/// The members of a list, one a line, while they come.
+class json_list {
+public:
+    json_list(const char* name, std::FILE* out) : out_(out) { std::fprintf(out_, ",\n\"%s\": [", name); }
+    ~json_list() { std::fputs("\n]", out_); }
+    json_list(const json_list&) = delete;
+    json_list& operator=(const json_list&) = delete;
+
+    void add(const json& member) {
+        begin_member();
+        print_piece(member, out_);
+    }
+    /// Whoever calls this prints the member.
+    void begin_member() {
+        std::fputs(empty_ ? "\n" : ",\n", out_);
+        empty_ = false;
+    }
+
+    static void print_piece(const json& piece, std::FILE* out) {
+        std::fputs(piece.dump(-1, ' ', false, json::error_handler_t::replace).c_str(), out);
+    }
+
+private:
+    std::FILE* out_;
+    bool empty_ = true;
+};
+
+json section_facts(COFF_SECTION& section) {
     json object = {{"number", section.scnum()}};
     put_name(object, "name", section.name());
     object.update(json{{"run_address", section.sh_paddr()},
@@ -66,18 +95,42 @@ json section_object(COFF_FILE& input, COFF_SECTION& section) {
                        {"width", section.wordsz()},
                        {"page", section.sh_page()},
                        {"flags", section.sh_flags()},
-                       {"contents_at", section.sh_scnptr()}});
-    object["relocations"] = json::array();
-    for (const reloc* entry : items<reloc>(*section.get_reloc_list()))
-        object["relocations"].push_back(relocation(input, section, *entry));
-    object["lines"] = json::array();
-    for (std::uint32_t i = 0; section.lnnos_in_file() && i < section.sh_nlnno(); ++i) {
-        const lineno& line = section.lnno(i)->entry;
-        object["lines"].push_back({{line.l_lnno == 0 ? "symbol" : "address", line.l_addr}, {"line", line.l_lnno}});
+                       {"contents_at", section.sh_scnptr()},
+                       {"relocations_at", section.sh_relptr()},
+                       {"relocation_count", section.sh_nreloc()},
+                       {"lines_at", section.sh_lnnoptr()},
+                       {"line_count", section.sh_nlnno()}});
+    return object;
+}
+
+void print_contents(COFF_SECTION& section, std::FILE* out) {
+    constexpr std::size_t bite = 65536;
+    const auto* const contents = reinterpret_cast<const char*>(section.raw_data());
+    std::fputs(",\n\"contents\": \"", out);
+    for (std::size_t at = 0; at < section.byte_size(); at += bite)
+        std::fputs(hex_digits({contents + at, std::min<std::size_t>(bite, section.byte_size() - at)}).c_str(), out);
+    std::fputc('"', out);
+}
+
+void print_section(COFF_FILE& input, COFF_SECTION& section, std::FILE* out) {
+    std::string facts = section_facts(section).dump(-1, ' ', false, json::error_handler_t::replace);
+    facts.pop_back();  // the brace: the object goes on
+    std::fputs(facts.c_str(), out);
+    {
+        json_list relocations("relocations", out);
+        for (const reloc* entry : items<reloc>(*section.get_reloc_list()))
+            relocations.add(relocation(input, section, *entry));
+    }
+    {
+        json_list lines("lines", out);
+        for (std::uint32_t i = 0; section.lnnos_in_file() && i < section.sh_nlnno(); ++i) {
+            const lineno& line = section.lnno(i)->entry;
+            lines.add({{line.l_lnno == 0 ? "symbol" : "address", line.l_addr}, {"line", line.l_lnno}});
+        }
     }
     if (section.has_contents() && section.contents_in_file())
-        object["contents"] = hex_digits({reinterpret_cast<const char*>(section.raw_data()), section.byte_size()});
-    return object;
+        print_contents(section, out);
+    std::fputc('}', out);
 }
 
 json auxiliary(COFF_SYMBOL& symbol) {
@@ -102,25 +155,48 @@ json symbol_object(COFF_FILE& input, COFF_SYMBOL& symbol) {
     object["type"] = symbol.stype();
     object["class"] = symbol.sclass();
     object["class_name"] = input.symbol_table()->sclass_name(static_cast<std::int8_t>(symbol.sclass()));
-    if (symbol.has_aux())
+    if (symbol.aux())
         object["auxiliary"] = auxiliary(symbol);
     return object;
+}
+
+void print_strings(COFF_FILE& input, std::FILE* out) {
+    json_list strings("strings", out);
+    if (!input.try_load_strings())
+        return;
+    const std::string_view table = input.strtab_bytes();
+    for (std::size_t offset = 4; offset < table.size();) {
+        const std::string_view text = table.substr(offset, table.find('\0', offset) - offset);
+        json object = {{"offset", offset}};
+        put_name(object, "string", text);
+        strings.add(object);
+        offset += text.size() + 1;
+    }
 }
 
 }  // namespace
 
 void print_json(COFF_FILE& input, const char* path, std::FILE* out) {
-    json document;
-    put_name(document, "file", path);
-    document["byte_swapped"] = input.byte_swapped();
-    document["file_header"] = file_header(input);
-    document["optional_header"] = optional_header(input);
-    document["sections"] = json::array();
-    for (int n = 1; n <= input.fh_nscns(); ++n)
-        document["sections"].push_back(section_object(input, *input.get_section(static_cast<std::int16_t>(n))));
-    document["symbols"] = json::array();
-    SLIST::NODE* node = input.symbol_table()->first_sym();
-    for (; node; node = node->mylist()->next(node))
-        document["symbols"].push_back(symbol_object(input, *static_cast<COFF_SYMBOL*>(node->data)));
-    print_json(document, out);
+    json head;
+    put_name(head, "file", path);
+    head["byte_swapped"] = input.byte_swapped();
+    head["file_header"] = file_header(input);
+    head["optional_header"] = optional_header(input);
+    std::string text = head.dump(1, ' ', false, json::error_handler_t::replace);
+    text.resize(text.size() - 2);  // the line break and the brace: the document goes on
+    std::fputs(text.c_str(), out);
+    {
+        json_list sections("sections", out);
+        for_each_section(input, [&](COFF_SECTION& section) {
+            sections.begin_member();
+            print_section(input, section, out);
+        });
+    }
+    {
+        json_list symbols("symbols", out);
+        for (COFF_SYMBOL* symbol : items<COFF_SYMBOL>(input.symbol_table()->symbols()))
+            symbols.add(symbol_object(input, *symbol));
+    }
+    print_strings(input, out);
+    std::fputs("\n}\n", out);
 }

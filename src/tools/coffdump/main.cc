@@ -1,61 +1,67 @@
-// coffdump: shows what is in a COFF file, and checks entries files against it.
-#include <cerrno>
+// coffdump: shows what is in a COFF file, and what modforge will make of it.
 #include <cstdio>
-#include <cstring>
 
-#include "coff/coff_file.h"
+#include "tools/coffdump/checks.h"
 #include "tools/coffdump/entries_lint.h"
+#include "tools/coffdump/input_file.h"
 #include "tools/coffdump/json_form.h"
 #include "tools/coffdump/options.h"
 #include "tools/coffdump/show.h"
-#include "tools/common/text_forms.h"
 #include "tools/common/tool_run.h"
 
 namespace {
 
-/// Whether bytes come out of the file; says why not. What is readable but no sound COFF file has a fault instead.
-bool is_readable(const std::string& path) {
-    std::FILE* stream = std::fopen(path.c_str(), "rb");
-    const bool readable = stream && (std::fgetc(stream) != EOF || !std::ferror(stream));
-    if (!readable)
-        complain("cannot read %s: %s", printable(path).c_str(), std::strerror(errno));
-    if (stream)
-        std::fclose(stream);
-    return readable;
+int check(const coffdump_options& options) {
+    const examination examined(options.plan);
+    if (!examined.readable())
+        return status_trouble;
+    examined.findings().print(stdout);
+    const bool faults = examined.refused() || examined.findings().has_errors();
+    return faults || (options.strict && !examined.findings().empty()) ? status_faults : status_good;
 }
 
-int lint(COFF_FILE& input, const coffdump_options& options) {
-    std::vector<placed_entry> entries;
-    for (const std::string& file : options.entries_files) {
-        if (!read_entries(file, entries))
-            return status_trouble;
-    }
-    apply_entries(input, entries);
-    return report_entries(entries, options.file.c_str(), stdout) == 0 ? status_good : status_faults;
+int entries(const coffdump_options& options) {
+    const examination examined(options.plan);
+    if (!examined.readable())
+        return status_trouble;
+    examined.findings().print(stdout);
+    print_counts(examined.entries(), stdout);
+    return examined.refused() || !examined.findings().empty() ? status_faults : status_good;
 }
 
-int list(COFF_FILE& input, const coffdump_options& options) {
+bool print_listing(COFF_FILE& input, const coffdump_options& options) {
     if (options.json) {
         print_json(input, options.file.c_str(), stdout);
     } else if (options.xml) {
         std::fputs("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n", stdout);
         input.dump_xml(stdout);
     } else if (options.asks_for_parts()) {
-        if (!list_parts(input, options, stdout))
-            return status_trouble;
+        return list_parts(input, options, stdout);
     } else {
         list_summary(input, stdout);
     }
-    return status_good;
+    return true;
+}
+
+int list(const coffdump_options& options) {
+    input_file input(options.file);
+    if (!input.readable())
+        return status_trouble;
+    bool found = true;
+    if (input.is_coff())
+        input.try_step([&] { found = print_listing(input.file(), options); });
+    return !found ? status_trouble : input.sound() ? status_good : status_faults;
 }
 
 int run(const coffdump_options& options) {
-    if (!is_readable(options.file))
-        return status_trouble;
-    COFF_FILE input(true);
-    if (input.read(options.file.c_str(), false) != 0)
-        return status_faults;  // the reader has said which, here or where it ended the run with this status
-    return options.lint ? lint(input, options) : list(input, options);
+    switch (options.command) {
+    case coffdump_options::check:
+        return check(options);
+    case coffdump_options::entries:
+        return entries(options);
+    default:
+        return list(options);
+    }
 }
 
 }  // namespace

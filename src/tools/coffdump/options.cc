@@ -4,6 +4,8 @@
 
 namespace {
 
+constexpr const char* input_words = "the COFF file; - for standard input";
+
 void add_listing_options(CLI::App& app, coffdump_options& options, bool& all) {
     app.add_flag("--headers", options.headers, "file header, optional header and section headers");
     app.add_flag("--sections", options.sections, "a table of the sections");
@@ -18,28 +20,66 @@ void add_listing_options(CLI::App& app, coffdump_options& options, bool& all) {
     app.add_flag("--json", options.json, "everything, as JSON");
 }
 
+void add_conversion_options(CLI::App& command, planned_conversion& plan) {
+    command.add_flag("-s,--symbols-only", plan.symbols_only, "as for modforge -s");
+    command.add_flag("-c,--runtime-cinit", plan.runtime_cinit, "as for modforge -c");
+    command.add_option("-p,--packet-size", plan.packet_size, "as for modforge -p=N; 1024 unless told")
+        ->type_name("N")
+        ->check([](const std::string& text) {
+            const int size = std::atoi(text.c_str());
+            const bool good = size >= second_opinion::least_packet && size <= second_opinion::greatest_packet &&
+                              size % second_opinion::packet_step == 0;
+            return std::string(good ? "" : "must be a multiple of 4 from 300 to 1024");
+        });
+}
+
+CLI::App* add_check(command_line& line, coffdump_options& options) {
+    CLI::App* check = line.add_command(
+        "check", "everything for which modforge would refuse the file or warn; silent when there is nothing",
+        "  coffdump check app.out -e app.entries\n");
+    add_positional(*check, "FILE", options.plan.input, input_words, "FILE")->required();
+    check
+        ->add_option("-e,--entries", options.plan.entries_files, "entries files, in the order of modforge's -e options")
+        ->type_name("ENTRIES...");
+    add_conversion_options(*check, options.plan);
+    check->add_flag("--strict", options.strict, "warnings are faults, too");
+    return check;
+}
+
+CLI::App* add_entries(command_line& line, coffdump_options& options) {
+    CLI::App* entries = line.add_command(
+        "entries", "what each entry of entries files exports or leaves out, and which do not do what they seem to",
+        "  coffdump entries app.out app.entries\n");
+    add_positional(*entries, "FILE", options.plan.input, input_words, "FILE")->required();
+    add_positional(*entries, "ENTRIES", options.plan.entries_files,
+                   "entries files, in the order of modforge's -e options", "ENTRIES...")
+        ->required();
+    add_conversion_options(*entries, options.plan);
+    return entries;
+}
+
 }  // namespace
 
 int parse_options(int argc, char** argv, coffdump_options& options) {
     command_line line("coffdump",
                       "Lists what is in a COFF file: headers, sections, symbols, relocations, contents.\n"
-                      "Without options it prints a summary.",
-                      "Exit status: 0 good, 1 the file has faults, 2 usage or input/output trouble.\n",
-                      "  coffdump app.out\n  coffdump --symbols --contents=.text app.out\n");
+                      "Without options it prints a summary. Checks beforehand what modforge will make of it.",
+                      "Exit status: 0 good, 1 the file or an entry has faults, 2 usage or input/output trouble.\n",
+                      "  coffdump app.out\n"
+                      "  coffdump --symbols --contents=.text app.out\n"
+                      "  coffdump check app.out -e app.entries\n");
     bool all = false;
-    add_positional(line.program(), "FILE", options.file, "the COFF file", "FILE");
+    add_positional(line.program(), "FILE", options.file, input_words, "FILE");
     add_listing_options(line.program(), options, all);
-    CLI::App* lint = line.add_command("entries", "checks entries files against the COFF file that they are for",
-                                      "  coffdump entries app.out app.entries\n");
-    add_positional(*lint, "FILE", options.file, "the COFF file", "FILE")->required();
-    add_positional(*lint, "ENTRIES", options.entries_files, "entries files, in the order of the converter's -e options",
-                   "ENTRIES...")
-        ->required();
+    const CLI::App* check = add_check(line, options);
+    const CLI::App* entries = add_entries(line, options);
     if (const int early = line.parse(argc, argv); early >= 0)
         return early;
-    options.lint = lint->parsed();
-    if (!options.lint && options.file.empty())  // were it required, the name of a command would be taken for it
-        return line.refuse("FILE is required");
+    options.command = check->parsed()     ? coffdump_options::check
+                      : entries->parsed() ? coffdump_options::entries
+                                          : coffdump_options::list;
+    if (options.command == coffdump_options::list && options.file.empty())
+        return line.refuse("FILE is required");  // were it required, the name of a command would be taken for it
     if (all) {
         options.headers = options.sections = options.symbols = options.relocs = options.lines = options.strings = true;
         if (options.contents.empty())

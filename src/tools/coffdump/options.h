@@ -3,9 +3,13 @@
 #define MODFORGE_TOOLS_COFFDUMP_OPTIONS_H
 
 #include <string>
-#include <vector>
+
+#include "tools/coffdump/checks.h"
 
 struct coffdump_options {
+    enum command_type { list, entries, check };
+
+    command_type command = list;
     std::string file;      ///< the COFF file to list
     bool headers = false;  ///< which parts to list; none of them: the summary
     bool sections = false;
@@ -21,8 +25,8 @@ struct coffdump_options {
         return headers || sections || symbols || relocs || lines || strings || !contents.empty();
     }
 
-    bool lint = false;  ///< coffdump entries
-    std::vector<std::string> entries_files;
+    planned_conversion plan;  ///< entries, check
+    bool strict = false;      ///< check: warnings count as faults
 };
 
 /// Reads the arguments. Returns -1 when there is work to do; else the exit status of the run: 0 after --help and

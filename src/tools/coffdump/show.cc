@@ -7,14 +7,12 @@
 #include "coff/coff_symbol.h"
 #include "coff/coff_symbol_table.h"
 #include "coff/listing_text.h"
+#include "tools/coffdump/input_file.h"
 #include "tools/coffdump/options.h"
+#include "tools/common/text_forms.h"
+#include "tools/common/tool_run.h"
 
 namespace {
-
-void for_each_section(COFF_FILE& input, const std::function<void(COFF_SECTION&)>& visit) {
-    for (int n = 1; n <= input.fh_nscns(); ++n)
-        visit(*input.get_section(static_cast<std::int16_t>(n)));
-}
 
 void list_section_table(COFF_FILE& input, std::FILE* out) {
     std::fputs("  no  run addr    load addr   size        unit  relocs  lines   flags       name\n", out);
@@ -43,8 +41,8 @@ void list_symbol_counts(COFF_FILE& input, std::FILE* out) {
         else
             ++defined;
     }
-    std::fprintf(out, "%lu symbols; external: %lu in sections, %lu absolute, %lu undefined\n", symbols, defined,
-                 absolute, undefined);
+    std::fprintf(out, "%s; external: %lu in sections, %lu absolute, %lu undefined\n",
+                 counted(symbols, "symbol").c_str(), defined, absolute, undefined);
 }
 
 void list_title(COFF_SECTION& section, std::FILE* out) {
@@ -61,7 +59,7 @@ bool list_contents(COFF_FILE& input, const std::string& name, std::FILE* out) {
         section.dump_contents(out);
     });
     if (!found)
-        std::fprintf(stderr, "coffdump: no section is named %s\n", name.c_str());
+        complain("no section is named %s", printable(name).c_str());
     return found;
 }
 

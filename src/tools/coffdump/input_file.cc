@@ -1,0 +1,191 @@
+#include "tools/coffdump/input_file.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <limits>
+#include <system_error>
+#include <unordered_set>
+
+#include "coff/coff_section.h"
+#include "coff/coff_symbol.h"
+#include "coff/coff_symbol_table.h"
+#include "msg/end_run.h"
+#include "msg/user_msg.h"
+#include "tools/common/file_input.h"
+#include "tools/common/text_forms.h"
+#include "tools/common/tool_run.h"
+#include "tools/second_opinion/facts.h"
+
+namespace {
+
+/// Thrown in place of the end of the run.
+struct step_ended {};
+
+/// So many faults are told one by one.
+constexpr std::size_t most_faults = 20;
+
+std::string input_name;                       // in front of every fault
+std::unordered_set<std::string> told_faults;  // steps that are taken again meet the same faults again
+
+void end_step(int status) {
+    if (status != status_trouble)  // without memory there is no going on
+        throw step_ended();
+}
+
+void tell(USER_MSG::ERROR_SEVERITY, const char* text) {
+    if (told_faults.size() > most_faults || !told_faults.insert(text).second)
+        return;
+    if (told_faults.size() > most_faults)
+        complain("%s: further faults are not told", input_name.c_str());
+    else if (std::strncmp(text, input_name.c_str(), input_name.size()) == 0)
+        complain("%s", printable(text).c_str());
+    else
+        complain("%s: %s", input_name.c_str(), printable(text).c_str());
+}
+
+int close_if_open(std::FILE* stream) {
+    return stream ? std::fclose(stream) : 0;
+}
+
+}  // namespace
+
+input_file::input_file(const std::string& path) : stream_(nullptr, close_if_open) {
+    input_name = input_label(path);
+    end_run_hook = end_step;
+    user_msg_sink = tell;
+    UMSG.set_max_errors(std::numeric_limits<std::int32_t>::max());
+    read(path);
+}
+
+input_file::~input_file() {
+    end_run_hook = nullptr;
+    user_msg_sink = nullptr;
+}
+
+/// A regular file is read where it lies; any other, which may be read once only, is taken into memory.
+bool input_file::open(const std::string& path) {
+    std::error_code none;
+    if (std::filesystem::is_regular_file(path, none)) {
+        stream_.reset(std::fopen(path.c_str(), "rb"));
+        readable_ = stream_ && (std::fgetc(stream_.get()) != EOF || !std::ferror(stream_.get()));
+        if (!readable_)
+            complain("cannot read %s: %s", printable(path).c_str(), std::strerror(errno));
+        else
+            std::rewind(stream_.get());
+        return readable_;
+    }
+    auto contents = read_whole(path);
+    readable_ = contents.has_value();
+    if (!readable_)
+        return false;
+    bytes_ = std::move(*contents);
+    bytes_.resize(std::max<std::size_t>(bytes_.size(), 1));  // a stream on no bytes does not open
+    stream_.reset(fmemopen(bytes_.data(), bytes_.size(), "rb"));
+    return true;
+}
+
+void input_file::read(const std::string& path) {
+    if (!open(path))
+        return;
+    bool whole = false;
+    try_step([&] {
+        file_.set_label(path == "-" ? input_name.c_str() : path.c_str());
+        whole = file_.read(stream_.get(), false) == 0;
+    });
+    if (!whole) {
+        sound_ = false;
+        if (!file_.stream() || !is_coff())
+            return;
+        read_remaining_sections();
+        read_symbols_one_by_one();
+        read_remaining_relocations();
+    }
+    tell_missing_parts();
+}
+
+bool input_file::try_step(const std::function<void()>& step) {
+    try {
+        step();
+        return true;
+    } catch (const step_ended&) {
+        sound_ = false;
+        return false;
+    }
+}
+
+/// Those behind a section whose name is not there.
+void input_file::read_remaining_sections() {
+    const long first = file_.image_start() + static_cast<long>(sizeof(filehdr)) +
+                       (file_.fh_opthdr() == sizeof(opthdr) ? static_cast<long>(sizeof(opthdr)) : 0);
+    const int count = std::min<int>(file_.fh_nscns(), std::numeric_limits<std::int16_t>::max());
+    for (int n = 1; n <= count; ++n) {
+        if (!file_.get_section(static_cast<std::int16_t>(n))) {
+            std::fseek(file_.stream(), first + (n - 1) * static_cast<long>(sizeof(scnhdr)), SEEK_SET);
+            try_step([&] { file_.read_section_hdr(n - 1); });
+        }
+        COFF_SECTION* const section = file_.get_section(static_cast<std::int16_t>(n));
+        if (!section)
+            return;
+        section->set_scnum(static_cast<std::uint16_t>(n));
+    }
+}
+
+/// A table that is cut short, or whose names are not all there, is taken entry by entry.
+void input_file::read_symbols_one_by_one() {
+    COFF_SYMBOL_TABLE& table = *file_.symbol_table();
+    if (try_step([&] {
+            table.reset();
+            table.read(&file_);
+        }))
+        return;
+    table.reset();
+    const std::uint32_t told = file_.fh_nsyms();
+    for (std::uint32_t index = 0; index < told;) {
+        if (!read_symbol(index))
+            break;
+        index = static_cast<const COFF_SYMBOL*>(table.symbols().end()->data)->coff_index();
+        index += static_cast<const COFF_SYMBOL*>(table.symbols().end()->data)->has_aux() ? 2 : 1;
+    }
+    file_.fh_set_nsyms(told);  // each symbol that was added was counted
+}
+
+/// False when the file holds no such entry. A symbol whose name is not there has none.
+bool input_file::read_symbol(std::uint32_t index) {
+    const std::int64_t at =
+        static_cast<std::uint32_t>(file_.fh_symptr()) + std::int64_t{index} * std::int64_t{sizeof(syment)};
+    if (!file_.holds(at, sizeof(syment)))
+        return false;
+    std::fseek(file_.stream(), static_cast<long>(at), SEEK_SET);
+    auto symbol = std::make_unique<COFF_SYMBOL>();
+    try_step([&] { symbol->read(&file_, index); });
+    file_.symbol_table()->add_symbol(symbol.release());
+    return true;
+}
+
+void input_file::read_remaining_relocations() {
+    std::uint64_t total = 0;
+    for_each_section(file_, [&](COFF_SECTION& section) {
+        total += std::uint64_t{section.sh_nreloc()} * sizeof(reloc);
+        if (total <= second_opinion::memory_limit(static_cast<std::uint32_t>(file_.file_length())))
+            try_step([&] { (void)section.read_scn(); });
+    });
+}
+
+void input_file::tell_missing_parts() {
+    for_each_section(file_, [this](COFF_SECTION& section) {
+        if (!section.contents_in_file())
+            try_step([&] { section.read_raw_data(); });
+        if (!section.lnnos_in_file())
+            try_step([&] { section.read_lnnos(); });
+    });
+}
+
+void for_each_section(COFF_FILE& file, const std::function<void(COFF_SECTION&)>& visit) {
+    const int count = std::min<int>(file.fh_nscns(), std::numeric_limits<std::int16_t>::max());
+    for (int n = 1; n <= count; ++n) {
+        if (COFF_SECTION* const section = file.get_section(static_cast<std::int16_t>(n)))
+            visit(*section);
+    }
+}

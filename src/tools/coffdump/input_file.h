@@ -1,0 +1,53 @@
+// The COFF file that is looked at, as far as it can be read.
+//
+// The class library ends the run where a file contradicts itself. Here such an end is the end of one step only: the
+// fault is told, and the steps behind it are taken all the same.
+#ifndef MODFORGE_TOOLS_COFFDUMP_INPUT_FILE_H
+#define MODFORGE_TOOLS_COFFDUMP_INPUT_FILE_H
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "coff/coff_file.h"
+
+class input_file {
+public:
+    /// Opens and reads a file, or standard input for "-". What is wrong with it goes to standard error.
+    explicit input_file(const std::string& path);
+    ~input_file();
+    input_file(const input_file&) = delete;
+    input_file& operator=(const input_file&) = delete;
+
+    /// False when no byte could be read.
+    bool readable() const { return readable_; }
+    /// Whether nothing wrong was met so far.
+    bool sound() const { return sound_; }
+    /// Whether it has at least a file header of the right version.
+    bool is_coff() const { return file_.fh_magic() == coff_version_2; }
+    COFF_FILE& file() { return file_; }
+
+    /// Does a step that may meet a fault. False if it met one; the step has then ended there.
+    bool try_step(const std::function<void()>& step);
+
+private:
+    bool open(const std::string& path);
+    void read(const std::string& path);
+    void read_remaining_sections();
+    void read_symbols_one_by_one();
+    bool read_symbol(std::uint32_t index);
+    void read_remaining_relocations();
+    void tell_missing_parts();
+
+    std::vector<unsigned char> bytes_;  ///< of what is no regular file
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream_;
+    COFF_FILE file_{true};
+    bool readable_ = false;
+    bool sound_ = true;
+};
+
+/// Visits the sections that there are, in their order.
+void for_each_section(COFF_FILE& file, const std::function<void(COFF_SECTION&)>& visit);
+
+#endif

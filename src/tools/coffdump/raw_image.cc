@@ -1,0 +1,69 @@
+#include "tools/coffdump/raw_image.h"
+
+#include <algorithm>
+
+#include "tools/common/text_forms.h"
+
+raw_image::raw_image(std::vector<unsigned char> contents) : bytes_(std::move(contents)) {
+    header_ = get<filehdr>(0);
+    swapped_ = header_.fh_magic != coff_version_2;
+    header_ = get<filehdr>(0);
+    strings_at_ = header_.fh_symptr + std::uint64_t{header_.fh_nsyms} * sizeof(syment);
+    const std::uint64_t end = strings_at_ + strings_size().value_or(0);
+    for (last_nul_ = end; last_nul_ > strings_at_ && bytes_[last_nul_ - 1] != '\0';)
+        --last_nul_;
+    last_nul_ -= last_nul_ > strings_at_;
+}
+
+void raw_image::set_header(const filehdr& header) {
+    header_ = header;
+    put(0, header);
+}
+
+std::uint64_t raw_image::section_at(std::uint32_t number) const {
+    const std::uint64_t optional = header_.fh_opthdr == sizeof(opthdr) ? sizeof(opthdr) : 0;
+    return sizeof(filehdr) + optional + (number - std::uint64_t{1}) * sizeof(scnhdr);
+}
+
+std::uint64_t raw_image::symbol_at(std::uint32_t index) const {
+    return header_.fh_symptr + std::uint64_t{index} * sizeof(syment);
+}
+
+std::uint32_t raw_image::strings_length() const {
+    std::uint32_t length = 0;
+    if (holds(strings_at_, sizeof length))
+        std::memcpy(&length, &bytes_[strings_at_], sizeof length);
+    return swapped_ ? swapped(length) : length;
+}
+
+std::optional<std::uint32_t> raw_image::strings_size() const {
+    const std::uint32_t length = strings_length();
+    return length >= 4 && holds(strings_at_, length) ? std::optional(length) : std::nullopt;
+}
+
+std::optional<std::string_view> raw_image::string(std::uint32_t offset) const {
+    const std::optional<std::uint32_t> length = strings_size();
+    if (!length || offset < 4 || offset >= *length || strings_at_ + offset > last_nul_)
+        return std::nullopt;
+    const auto* const text = reinterpret_cast<const char*>(&bytes_[strings_at_ + offset]);
+    return std::string_view(text, strnlen(text, size() - strings_at_ - offset));  // mending may have taken the NUL
+}
+
+std::optional<std::string_view> raw_image::name(const char (&field)[8], std::uint64_t field_at) const {
+    if (!name_is_offset(field)) {
+        const auto* const text = reinterpret_cast<const char*>(&bytes_[field_at]);
+        return std::string_view(text, strnlen(text, sizeof field));
+    }
+    return name_offset(field) == 0 ? "" : string(name_offset(field));
+}
+
+std::string raw_image::section_title(std::uint32_t number) const {
+    const auto text = name(section(number).s_name, section_at(number));
+    return "section " + std::to_string(number) + (text ? " (" + printable(text->substr(0, 80)) + ")" : "");
+}
+
+std::string raw_image::symbol_title(std::uint32_t index) const {
+    const auto text =
+        holds(symbol_at(index), sizeof(syment)) ? name(symbol(index).n_name, symbol_at(index)) : std::nullopt;
+    return "symbol " + std::to_string(index) + (text ? " (" + printable(text->substr(0, 80)) + ")" : "");
+}
