@@ -1,5 +1,6 @@
 // Listings of a section: header, contents, relocations and line numbers. What the file does not hold is named as
 // missing, so that a damaged file can be looked at, too.
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -35,12 +36,19 @@ const char* symbol_name(COFF_FILE* file, std::uint32_t index) {
     return node ? static_cast<const COFF_SYMBOL*>(node->data)->name() : nullptr;
 }
 
+/// A line of hexadecimal digits; contents can be megabytes long, so it is made in one piece.
+void print_hex(const unsigned char* bytes, std::uint32_t count, const char* before_each, std::FILE* out) {
+    static constexpr char digits[] = "0123456789ABCDEF";
+    std::string line;
+    for (std::uint32_t k = 0; k < count; ++k)
+        line.append(before_each).append(1, digits[bytes[k] >> 4]).append(1, digits[bytes[k] & 15]);
+    std::fputs((line + '\n').c_str(), out);
+}
+
 void print_bytes(const unsigned char* contents, std::uint32_t size, std::FILE* out) {
     for (std::uint32_t line = 0; line < size; line += bytes_per_line) {
         std::fprintf(out, "    %08X ", line);
-        for (std::uint32_t k = line; k < size && k < line + bytes_per_line; ++k)
-            std::fprintf(out, " %02X", contents[k]);
-        std::fputc('\n', out);
+        print_hex(contents + line, std::min(bytes_per_line, size - line), " ", out);
     }
 }
 
@@ -54,8 +62,8 @@ const reloc& reloc_at(const SLIST& relocs, int index, const char* where) {
     UMSG.die(where, "there is no relocation %d", index);
 }
 
-void print_reloc(const reloc& entry, COFF_FILE* file, const char* type_name, std::FILE* out) {
-    std::fprintf(out, "    0x%08X  %-10s 0x%04X", entry.r_vaddr, type_name, entry.r_type);
+void print_reloc(const reloc& entry, COFF_FILE* file, std::FILE* out) {
+    std::fprintf(out, "    0x%08X  %-10s 0x%04X", entry.r_vaddr, reloc_type_words(entry.r_type).c_str(), entry.r_type);
     if (is_field_reloc(entry.r_type))
         std::fprintf(out, "  %u bits at bit %u of %u", entry.r_field.r_fieldsz, entry.r_field.r_offset,
                      entry.r_field.r_wordsz);
@@ -73,9 +81,9 @@ void print_reloc(const reloc& entry, COFF_FILE* file, const char* type_name, std
     std::fputc('\n', out);
 }
 
-void print_reloc_xml(const reloc& entry, COFF_FILE* file, const char* type_name, std::FILE* out) {
+void print_reloc_xml(const reloc& entry, COFF_FILE* file, std::FILE* out) {
     std::fprintf(out, "<relocation address=\"0x%08X\" type=\"0x%04X\" type_name=\"%s\"", entry.r_vaddr, entry.r_type,
-                 type_name);
+                 reloc_type_words(entry.r_type).c_str());
     if (is_field_reloc(entry.r_type))
         std::fprintf(out, " bit_offset=\"%u\" field_bits=\"%u\" container_bits=\"%u\"", entry.r_field.r_offset,
                      entry.r_field.r_fieldsz, entry.r_field.r_wordsz);
@@ -134,7 +142,7 @@ void COFF_SECTION::dump_relocs(std::FILE* out) const {
     if (relocs().size() != 0)
         std::fputs("  relocations\n", out);
     for (const reloc* entry : items<reloc>(relocs()))
-        print_reloc(*entry, file_, reloc_name(entry->r_type), out);
+        print_reloc(*entry, file_, out);
 }
 
 void COFF_SECTION::dump_lines(std::FILE* out) {
@@ -158,7 +166,7 @@ void COFF_SECTION::dump_linenos(int index, std::FILE* out) {
 
 void COFF_SECTION::dump_reloc(int index, std::FILE* out) {
     const reloc& entry = reloc_at(relocs(), index, "COFF_SECTION::dump_reloc");
-    print_reloc(entry, file_, reloc_name(entry.r_type), out);
+    print_reloc(entry, file_, out);
 }
 
 void COFF_SECTION::dump_xml(std::FILE* out) {
@@ -170,12 +178,12 @@ void COFF_SECTION::dump_xml(std::FILE* out) {
     if (has_contents() && !written_ && contents_in_file()) {
         raw_data();
         std::fputs("<contents>\n", out);
-        for (std::uint32_t k = 0; k < raw_size_; ++k)
-            std::fprintf(out, "%02X%s", raw_data_[k], k % 32 == 31 || k + 1 == raw_size_ ? "\n" : "");
+        for (std::uint32_t line = 0; line < raw_size_; line += 2 * bytes_per_line)
+            print_hex(raw_data_.get() + line, std::min(2 * bytes_per_line, raw_size_ - line), "", out);
         std::fputs("</contents>\n", out);
     }
     for (const reloc* entry : items<reloc>(relocs()))
-        print_reloc_xml(*entry, file_, reloc_name(entry->r_type), out);
+        print_reloc_xml(*entry, file_, out);
     for (std::uint32_t k = 0; lnnos_in_file() && k < sh_nlnno(); ++k)
         dump_linenos_xml(static_cast<int>(k), out);
     std::fputs("</section>\n", out);
@@ -193,5 +201,5 @@ void COFF_SECTION::dump_linenos_xml(int index, std::FILE* out) {
 
 void COFF_SECTION::dump_reloc_xml(int index, std::FILE* out) {
     const reloc& entry = reloc_at(relocs(), index, "COFF_SECTION::dump_reloc_xml");
-    print_reloc_xml(entry, file_, reloc_name(entry.r_type), out);
+    print_reloc_xml(entry, file_, out);
 }

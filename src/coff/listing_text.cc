@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "format/reloc_types.h"
+
 std::string printable(const char* text, std::size_t length) {
     static constexpr char digits[] = "0123456789ABCDEF";
     std::string out;
@@ -46,4 +48,9 @@ std::string xml_text(const char* text, std::size_t length) {
 
 std::string xml_text(const char* text) {
     return xml_text(text, std::strlen(text));
+}
+
+std::string reloc_type_words(std::uint16_t type) {
+    const char* const name = reloc_type_name(type);
+    return name ? name : "type " + std::to_string(type);
 }

@@ -88,7 +88,7 @@ constexpr const char* all_as_xml =
 <relocation address="0x80000001" type="0x0011" type_name="R_RELLONG" bit_offset="0" field_bits="32" container_bits="32" symbol="0" symbol_name="a_long\x01\xFF\\name" displacement="0x0102"/>
 <relocation address="0x00000001" type="0x400F" type_name="RE_USTFLD" bit_offset="1" field_bits="2" container_bits="16"/>
 <relocation address="0x00000001" type="0x4012" type_name="RE_PUSHSK" constant="0x00000055"/>
-<relocation address="0x00000001" type="0x7777" type_name="other" symbol="4000"/>
+<relocation address="0x00000001" type="0x7777" type_name="type 30583" symbol="4000"/>
 <relocation address="0x00000007" type="0x4000" type_name="RE_ADD"/>
 <line function="0" number="0"/>
 <line address="0x11223344" number="21862"/>

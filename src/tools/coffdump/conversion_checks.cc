@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "format/reloc_types.h"
+#include "coff/listing_text.h"
 #include "tools/common/text_forms.h"
 #include "tools/second_opinion/facts.h"
 
@@ -43,11 +43,6 @@ std::int64_t extent(const so::relocation& entry) {
     return (so::has_descriptor(entry.type) ? entry.descriptor[2] : so::container_bits(entry.type)) / 8;
 }
 
-std::string type_words(std::uint16_t type) {
-    const char* const name = reloc_type_name(type);
-    return name ? name : "type " + number(type);
-}
-
 }  // namespace
 
 conversion_checks::conversion_checks(raw_image& image, const std::string& path, bool symbols_only,
@@ -70,7 +65,7 @@ std::string conversion_checks::name_of(std::uint32_t section) const {
 }
 
 std::string conversion_checks::reloc_title(std::uint32_t section, std::uint32_t i, const reloc& entry) const {
-    return "relocation " + number(i) + " of " + image_.section_title(section) + " (" + type_words(entry.r_type) +
+    return "relocation " + number(i) + " of " + image_.section_title(section) + " (" + reloc_type_words(entry.r_type) +
            " at address " + hex(entry.r_vaddr) + ", file offset " +
            hex(raw_image::reloc_at(image_.section(section), i)) + ")";
 }
@@ -199,7 +194,7 @@ void conversion_checks::look_at_target(std::uint32_t number, std::uint32_t i, st
     }
     if (lies_over_tables(image_.section(number)))
         return;
-    entry.r_symndx = no_symbol;
+    entry.r_symndx = so::no_symbol;
     image_.put(raw_image::reloc_at(image_.section(number), i), entry);
 }
 

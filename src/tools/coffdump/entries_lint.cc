@@ -47,7 +47,7 @@ std::string obstacle_of(const so::account& told, std::size_t k) {
     case so::symbol_fate::exported:
         if (is_left_out(told, symbol)) {
             const so::section& section = *section_of(told, symbol);
-            return "lies in " + printable(section.name) + ", which the module leaves out (" +
+            return "lies in " + std::string(section.name) + ", which the module leaves out (" +
                    why_left_out(told.sections[section.number - 1].fate) + "): it is imported, not exported";
         }
         return {};

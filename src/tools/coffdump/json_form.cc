@@ -36,8 +36,10 @@ json optional_header(COFF_FILE& input) {
             {"data_start", static_cast<std::uint32_t>(input.ofh_data_start())}};
 }
 
-json relocation(COFF_FILE& input, COFF_SECTION& section, const reloc& entry) {
-    json object = {{"address", entry.r_vaddr}, {"type", entry.r_type}, {"type_name", section.reloc_name(entry.r_type)}};
+json relocation(COFF_FILE& input, const reloc& entry) {
+    json object = {{"address", entry.r_vaddr}, {"type", entry.r_type}};
+    if (const char* const name = reloc_type_name(entry.r_type))
+        object["type_name"] = name;
     if (is_field_reloc(entry.r_type)) {
         object["field_offset"] = entry.r_field.r_offset;
         object["field_size"] = entry.r_field.r_fieldsz;
@@ -119,7 +121,7 @@ void print_section(COFF_FILE& input, COFF_SECTION& section, std::FILE* out) {
     {
         json_list relocations("relocations", out);
         for (const reloc* entry : items<reloc>(*section.get_reloc_list()))
-            relocations.add(relocation(input, section, *entry));
+            relocations.add(relocation(input, *entry));
     }
     {
         json_list lines("lines", out);

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "tools/common/text_forms.h"
-
 raw_image::raw_image(std::vector<unsigned char> contents) : bytes_(std::move(contents)) {
     header_ = get<filehdr>(0);
     swapped_ = header_.fh_magic != coff_version_2;
@@ -59,11 +57,11 @@ std::optional<std::string_view> raw_image::name(const char (&field)[8], std::uin
 
 std::string raw_image::section_title(std::uint32_t number) const {
     const auto text = name(section(number).s_name, section_at(number));
-    return "section " + std::to_string(number) + (text ? " (" + printable(text->substr(0, 80)) + ")" : "");
+    return "section " + std::to_string(number) + (text ? " (" + std::string(text->substr(0, 80)) + ")" : "");
 }
 
 std::string raw_image::symbol_title(std::uint32_t index) const {
     const auto text =
         holds(symbol_at(index), sizeof(syment)) ? name(symbol(index).n_name, symbol_at(index)) : std::nullopt;
-    return "symbol " + std::to_string(index) + (text ? " (" + printable(text->substr(0, 80)) + ")" : "");
+    return "symbol " + std::to_string(index) + (text ? " (" + std::string(text->substr(0, 80)) + ")" : "");
 }

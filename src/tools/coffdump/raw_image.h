@@ -66,7 +66,7 @@ public:
     /// The name of a section or symbol; nothing when it is not there.
     std::optional<std::string_view> name(const char (&field)[8], std::uint64_t field_at) const;
 
-    /// "section 3 (.text)" and "symbol 12 (_main)", as far as there are names.
+    /// "section 3 (.text)" and "symbol 12 (_main)", as far as there are names, which stand as they are.
     std::string section_title(std::uint32_t number) const;
     std::string symbol_title(std::uint32_t index) const;
 
