@@ -64,7 +64,7 @@ input_file::~input_file() {
     user_msg_sink = nullptr;
 }
 
-/// A regular file is read where it lies; any other, which may be read once only, is taken into memory.
+/// A regular file is read where it lies; of any other, which may be read once only, a copy is made.
 bool input_file::open(const std::string& path) {
     std::error_code none;
     if (std::filesystem::is_regular_file(path, none)) {
@@ -76,14 +76,15 @@ bool input_file::open(const std::string& path) {
             std::rewind(stream_.get());
         return readable_;
     }
-    auto contents = read_whole(path);
-    readable_ = contents.has_value();
-    if (!readable_)
+    const auto contents = read_whole(path);
+    if (!contents)
         return false;
-    bytes_ = std::move(*contents);
-    bytes_.resize(std::max<std::size_t>(bytes_.size(), 1));  // a stream on no bytes does not open
-    stream_.reset(fmemopen(bytes_.data(), bytes_.size(), "rb"));
-    return true;
+    stream_.reset(std::tmpfile());
+    readable_ = stream_ && std::fwrite(contents->data(), 1, contents->size(), stream_.get()) == contents->size() &&
+                std::fseek(stream_.get(), 0, SEEK_SET) == 0;
+    if (!readable_)
+        complain("cannot keep a copy of %s: %s", input_name.c_str(), std::strerror(errno));
+    return readable_;
 }
 
 void input_file::read(const std::string& path) {

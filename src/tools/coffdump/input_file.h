@@ -8,7 +8,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "coff/coff_file.h"
 
@@ -40,7 +39,6 @@ private:
     void read_remaining_relocations();
     void tell_missing_parts();
 
-    std::vector<unsigned char> bytes_;  ///< of what is no regular file
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream_;
     COFF_FILE file_{true};
     bool readable_ = false;

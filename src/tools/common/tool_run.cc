@@ -21,8 +21,10 @@ void begin_tool(const char* name) {
     std::snprintf(out_of_memory, sizeof out_of_memory, "%s: out of memory\n", name);
     static const allocation_scope scope(out_of_memory);
     install_allocation_handler(status_trouble);
+#ifdef SIGPIPE  // Windows has neither
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+#endif
 }
 
 void complain(const char* format, ...) {
