@@ -26,6 +26,8 @@ libclang-rt-14-dev  /usr/lib/llvm-14/lib/clang/*/lib/linux/libclang_rt.asan-*.a
 clang-format-14     clang-format-14
 clang-tidy-14       clang-tidy-14
 valgrind            valgrind
+strace              strace
+python3             python3
 chromium            chromium
 gcc-arm-none-eabi   arm-none-eabi-gcc
 '
