@@ -1,6 +1,7 @@
 #include "tools/coffdump/conversion_checks.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "coff/listing_text.h"
 #include "tools/common/text_forms.h"
@@ -51,13 +52,13 @@ conversion_checks::conversion_checks(raw_image& image, const std::string& path, 
       findings_(findings) {}
 
 void conversion_checks::error(const std::string& text, const std::string& says, const std::string& way_out,
-                              std::source_location kind) {
-    findings_.add({true, path_, text, says, way_out, kind});
+                              unsigned line) {
+    findings_.add({true, path_, text, says, way_out, conversion_kinds + line});
 }
 
 void conversion_checks::warn(const std::string& text, const std::string& says, const std::string& way_out,
-                             std::source_location kind) {
-    findings_.add({false, path_, text, says, way_out, kind});
+                             unsigned line) {
+    findings_.add({false, path_, text, says, way_out, conversion_kinds + line});
 }
 
 std::string conversion_checks::name_of(std::uint32_t section) const {
@@ -199,13 +200,17 @@ void conversion_checks::look_at_target(std::uint32_t number, std::uint32_t i, st
 }
 
 bool conversion_checks::mend_cut(const so::conversion& refused) {
-    unsigned number = 0;
-    int byte = 0;
-    if (std::sscanf(refused.why.c_str(), "section %u cannot be cut at byte %d", &number, &byte) != 2 || number == 0 ||
-        number > image_.header().fh_nscns)
+    const std::string head = "section ";
+    const std::string middle = " cannot be cut at byte ";
+    const std::size_t at = refused.why.find(middle);
+    if (!refused.why.starts_with(head) || at == std::string::npos)
+        return false;
+    const auto number = static_cast<std::uint32_t>(std::strtoul(refused.why.c_str() + head.size(), nullptr, 10));
+    const auto byte = std::strtoul(refused.why.c_str() + at + middle.size(), nullptr, 10);
+    if (number == 0 || number > image_.header().fh_nscns)
         return false;
     scnhdr section = image_.section(number);
-    const std::string at_byte = " at byte " + ::number(byte);
+    const std::string at_byte = " at byte " + std::to_string(byte);
     error(image_.section_title(number) + " cannot be cut into packets" + at_byte +
               ": a relocated field there, or before it, reaches beyond the contents (" +
               std::to_string(std::uint64_t{width_of(image_, section) / 8} * section.s_size) +

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <set>
-#include <source_location>
 #include <string>
 #include <vector>
 
@@ -46,10 +45,11 @@ private:
     };
     enum class slot : std::uint8_t { auxiliary, good, bad_class };
 
+    /// What one line of the program finds is of one kind.
     void error(const std::string& text, const std::string& says, const std::string& way_out,
-               std::source_location kind = std::source_location::current());
+               unsigned line = __builtin_LINE());
     void warn(const std::string& text, const std::string& says, const std::string& way_out,
-              std::source_location kind = std::source_location::current());
+              unsigned line = __builtin_LINE());
     void look_at_symbols();
     void look_at_symbol(std::uint32_t index, syment symbol);
     void look_at_section(std::uint32_t number);

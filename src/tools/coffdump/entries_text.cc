@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <source_location>
 
 #include "tools/second_opinion/facts.h"
 
@@ -50,8 +49,8 @@ public:
 
 private:
     void warn(const std::string& place, const std::string& text, const std::string& way_out,
-              std::source_location kind = std::source_location::current()) {
-        findings_.add({false, place, text, "", way_out, kind});
+              unsigned line = __builtin_LINE()) {
+        findings_.add({false, place, text, "", way_out, entries_kinds + line});
     }
 
     std::string here() const {

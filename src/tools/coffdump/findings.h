@@ -4,10 +4,7 @@
 
 #include <cstdio>
 #include <map>
-#include <source_location>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 struct finding {
@@ -16,9 +13,11 @@ struct finding {
     std::string text;     ///< what is wrong, and where
     std::string says;     ///< the line that modforge prints for it, without line break; empty: it says nothing
     std::string way_out;  ///< what to do; empty: `text` tells
-    /// Findings of one place in the program are of one kind.
-    std::source_location kind = std::source_location::current();
+    unsigned kind = 0;    ///< those of one kind have one number
 };
+
+/// Where the numbers of the kinds begin that each check has; behind that they are lines of its source.
+enum : unsigned { reading_kinds = 10000, conversion_kinds = 20000, entries_kinds = 30000 };
 
 class finding_list {
 public:
@@ -35,10 +34,7 @@ public:
 
 private:
     std::vector<finding> findings_;
-    using kind = std::pair<std::string_view, unsigned>;  // source file and line
-    static kind kind_of(const finding& f) { return {f.kind.file_name(), f.kind.line()}; }
-
-    std::map<kind, unsigned long> counts_;
+    std::map<unsigned, unsigned long> counts_;  // by kind
     unsigned long errors_ = 0;
 };
 

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <source_location>
 #include <utility>
 
 #include "coff/listing_text.h"
@@ -45,8 +44,8 @@ public:
 
 private:
     void error(const std::string& text, const std::string& says, const std::string& way_out,
-               std::source_location kind = std::source_location::current()) {
-        findings_.add({true, path_, text, says, way_out, kind});
+               unsigned line = __builtin_LINE()) {
+        findings_.add({true, path_, text, says, way_out, reading_kinds + line});
     }
 
     bool check_file_header() {
