@@ -4,6 +4,7 @@
 // Damage seldom leaves the checksums right, and what comes after them would never be reached by a reader that stopped
 // there. So each input is given twice: as it is, and with its checksums repaired.
 #include <cstdio>
+#include <utility>
 #include <vector>
 
 #include "survive.h"
@@ -24,20 +25,24 @@ std::FILE* nowhere() {
     return stream;
 }
 
-void use(const velm_module& module) {
-    const std::vector<finding> findings = check_module(module);
+void use(velm_module module) {
+    std::vector<finding> findings = check_module(module);
+    const module_file file{"fuzz.vlm", std::move(module), std::move(findings)};
     show_options everything;
     everything.symbols = everything.strings = everything.packets = everything.relocs = true;
     everything.contents = "*";
-    show_module(module, "fuzz.vlm", everything, nowhere());
-    print_json(module, "fuzz.vlm", nowhere());
-    draw_map(module, findings, {.title = "fuzz"}, nowhere());
-    print_report({{"fuzz.vlm", module, findings}}, nowhere());
-    if (!has_errors(findings))
-        print_as_text(in_byte_order(module, !module.raw.big_endian), nowhere());
-    diff_modules(module, module, false, nowhere());
-    missing_names(imported_names(module), {'a', '\n'});
-    exported_names(module);
+    show_module(file, everything, nowhere());
+    print_json(file, nowhere());
+    draw_map(file.module, file.findings, {.title = "fuzz"}, nowhere());
+    print_report({{"fuzz.vlm", file.module, file.findings}}, nowhere());
+    if (!file.sound())
+        return;
+    print_as_text(in_byte_order(file.module, !file.module.raw.big_endian), nowhere());
+    diff_modules(file.module, file.module, false, [](const difference& d) { std::fputs(d.text.c_str(), nowhere()); });
+    offered_names offer;
+    offer.add(file.module);
+    offer.add_lines({'a', '\n'});
+    imported_names(file.module);
 }
 
 /// Makes the words in [from, to) and the one at `checksum` add up; nothing when they are not all in the file.
@@ -69,8 +74,9 @@ module_bytes repaired(const velm_module& module) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const velm_module module(decode_module({data, data + size}));
+    if (!module.has_header)
+        return 0;
     use(module);
-    if (module.has_header)
-        use(velm_module(repaired(module)));
+    use(velm_module(repaired(module)));
     return 0;
 }

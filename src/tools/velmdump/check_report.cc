@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
+#include <utility>
 
 #include "tools/velmdump/module_bytes.h"
 
@@ -21,14 +23,11 @@ std::string finding_words(const finding& f) {
 
 void check_report::add(bool error, std::uint64_t offset, const char* format, std::va_list args) {
     errors_ += error;
-    kind& own = kinds_[format];
-    own.error = error;
-    own.last_offset = offset;
-    if (++own.count > most_of_a_kind)
-        return;
     char text[512];
     std::vsnprintf(text, sizeof text, format, args);
-    findings_.push_back({error, offset, 0, text});
+    kind& own = kinds_[format];
+    finding& place = ++own.count > most_of_a_kind ? own.last : findings_.emplace_back();
+    place = {error, offset, 0, text};
 }
 
 void check_report::error(std::uint64_t offset, const char* format, ...) {
@@ -45,12 +44,22 @@ void check_report::warning(std::uint64_t offset, const char* format, ...) {
     va_end(args);
 }
 
+void check_report::take(check_report other) {
+    std::move(other.findings_.begin(), other.findings_.end(), std::back_inserter(findings_));
+    for (auto& [format, own] : other.kinds_) {
+        kind& mine = kinds_[format];
+        mine.count += own.count;
+        mine.last = std::move(own.last);
+    }
+    errors_ += other.errors_;
+}
+
 std::vector<finding> check_report::sorted(const module_bytes& raw) && {
-    for (const auto& [format, own] : kinds_) {
-        if (own.count > most_of_a_kind)
-            findings_.push_back({own.error, own.last_offset, 0,
-                                 std::to_string(own.count - most_of_a_kind) +
-                                     " more like those above, the last here (" + format + ")"});
+    for (auto& [format, own] : kinds_) {
+        if (own.count <= most_of_a_kind)
+            continue;
+        own.last.text = std::to_string(own.count - most_of_a_kind) + " more of this kind, the last: " + own.last.text;
+        findings_.push_back(own.last);
     }
     std::stable_sort(findings_.begin(), findings_.end(),
                      [](const finding& a, const finding& b) { return a.offset < b.offset; });

@@ -29,10 +29,12 @@ public:
     [[gnu::format(printf, 3, 4)]] void error(std::uint64_t offset, const char* format, ...);
     [[gnu::format(printf, 3, 4)]] void warning(std::uint64_t offset, const char* format, ...);
 
-    /// Whether there was an error so far.
     [[nodiscard]] bool has_errors() const { return errors_ != 0; }
     /// How many errors there were so far.
     [[nodiscard]] std::uint64_t errors() const { return errors_; }
+
+    /// Adds what another report found. Of kinds that both have, more may be kept.
+    void take(check_report other);
 
     /// All findings, in the order of their offsets; of findings at one offset, in the order in which they came.
     [[nodiscard]] std::vector<finding> sorted(const module_bytes& raw) &&;
@@ -40,8 +42,7 @@ public:
 private:
     struct kind {
         std::uint64_t count = 0;
-        std::uint64_t last_offset = 0;
-        bool error = false;
+        finding last;
     };
 
     void add(bool error, std::uint64_t offset, const char* format, std::va_list args);

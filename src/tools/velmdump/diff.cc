@@ -1,210 +1,319 @@
 // Sections are compared by name, named symbols by name, nameless ones by section and value, relocations by their place
-// in the section: numbers and offsets change with every symbol that comes or goes.
+// in the section: numbers and offsets change with every symbol that comes or goes. Contents and relocations are compared
+// as they go by; memory holds nothing of them.
 #include "tools/velmdump/diff.h"
 
 #include <algorithm>
 #include <cstdarg>
-#include <iterator>
-#include <map>
-#include <string>
-#include <tuple>
+#include <cstdio>
+#include <cstring>
 
-#include "format/address_units.h"
 #include "format/reloc_types.h"
 #include "tools/common/text_forms.h"
-#include "tools/velmdump/show.h"
+#include "tools/velmdump/diff_names.h"
+#include "tools/velmdump/module_words.h"
+#include "tools/velmdump/string_checks.h"
 
 namespace {
 
-/// A relocation without the numbers that depend on the module around it.
-struct placed_reloc {
-    std::uint64_t place;  ///< bytes from the start of the section
-    std::uint16_t type;
-    std::string target;
-    std::uint16_t displacement;
-
-    bool operator<(const placed_reloc& other) const {
-        return std::tie(place, type, target, displacement) <
-               std::tie(other.place, other.type, other.target, other.displacement);
+/// The bytes of a section, packet after packet.
+class content_cursor {
+public:
+    content_cursor(const velm_module& module, const section_place& section)
+        : module_(module), packet_(module.packets(section).begin()) {
+        settle();
     }
+
+    /// The bytes at hand; empty at the end of the section.
+    [[nodiscard]] std::string_view bytes() const { return bytes_; }
+    void skip(std::size_t count) {
+        bytes_.remove_prefix(count);
+        if (bytes_.empty()) {
+            ++packet_;
+            settle();
+        }
+    }
+
+private:
+    void settle() {
+        while (packet_ != std::default_sentinel && packet_->header.data_size == 0)
+            ++packet_;
+        if (packet_ != std::default_sentinel)
+            bytes_ = {reinterpret_cast<const char*>(&module_.raw.bytes[packet_->data()]), packet_->header.data_size};
+    }
+
+    const velm_module& module_;
+    packet_range::iterator packet_;
+    std::string_view bytes_;
 };
 
-std::string section_name(const velm_module& module, int number) {
-    if (number > 0 && static_cast<std::size_t>(number) <= module.sections.size())
-        return printable(module.name(module.sections[static_cast<std::size_t>(number) - 1]));
-    return std::to_string(number);
-}
-
-std::string target_of(const velm_module& module, const reloc_record& rec) {
-    if (!is_sym_reloc(rec.r_type, rec.r_symndx) || rec.r_symndx >= module.symbols.size())
-        return "word " + std::to_string(rec.r_symndx);
-    const velm_symbol_record& symbol = module.symbols[rec.r_symndx];
-    if (velm_module::is_named(symbol))
-        return printable(module.name(symbol));
-    return section_name(module, symbol.section) + "+" + std::to_string(symbol.value);
-}
-
-std::vector<placed_reloc> relocs_of(const velm_module& module, const section_place& section) {
-    std::vector<placed_reloc> relocs;
-    std::uint64_t start = 0;
-    for (const packet_place& packet : module.packets(section)) {
-        for (std::uint32_t i = 0; i < packet.header.nreloc; ++i) {
-            const reloc_record rec = module.reloc(packet, i);
-            const auto offset = AUtobyte(static_cast<std::int32_t>(rec.r_vaddr), section.width);
-            relocs.push_back({start + static_cast<std::uint64_t>(std::int64_t{offset}), rec.r_type,
-                              target_of(module, rec), rec.r_disp});
-        }
-        start += packet.header.data_size;
+/// The relocations of a section, with places in the section.
+class reloc_cursor {
+public:
+    reloc_cursor(const velm_module& module, const section_place& section, const std::vector<std::uint32_t>& numbers)
+        : module_(module), section_(section), numbers_(numbers), packet_(module.packets(section).begin()) {
+        settle();
     }
-    return relocs;
-}
+
+    [[nodiscard]] bool at_end() const { return packet_ == std::default_sentinel; }
+    [[nodiscard]] const reloc_record& record() const { return record_; }
+    /// Address units from the start of the section.
+    [[nodiscard]] std::int64_t place() const {
+        return start_ / (section_.width / 8) + static_cast<std::int32_t>(record_.r_vaddr);
+    }
+    void next() {
+        ++index_;
+        settle();
+    }
+    [[nodiscard]] bool same_as(const reloc_cursor& other) const {
+        return place() == other.place() && record_.r_type == other.record_.r_type &&
+               record_.r_disp == other.record_.r_disp && refers() == other.refers() && word() == other.word();
+    }
+    /// "R_RELLONG, _printf, displacement 0x0004".
+    [[nodiscard]] std::string words() const {
+        std::string text = type_words(record_.r_type);
+        if (const std::string more = reloc_operand_words(module_, record_, index_words::without); !more.empty())
+            text += ", " + more;
+        return text;
+    }
+
+private:
+    [[nodiscard]] bool refers() const { return is_sym_reloc(record_.r_type, record_.r_symndx); }
+    /// What the symbol word means: a symbol of either module, or the word itself.
+    [[nodiscard]] std::uint32_t word() const {
+        if (refers() && record_.r_symndx < numbers_.size())
+            return numbers_[record_.r_symndx];
+        std::uint32_t word = 0;
+        std::memcpy(&word, &record_.r_symndx, sizeof word);
+        return word;
+    }
+    void settle() {
+        while (packet_ != std::default_sentinel && index_ == packet_->header.nreloc) {
+            start_ += packet_->header.data_size;
+            ++packet_;
+            index_ = 0;
+        }
+        if (packet_ != std::default_sentinel)
+            record_ = module_.reloc(*packet_, index_);
+    }
+
+    const velm_module& module_;
+    const section_place& section_;
+    const std::vector<std::uint32_t>& numbers_;
+    packet_range::iterator packet_;
+    std::int64_t start_ = 0;  ///< of the packet, bytes
+    std::uint32_t index_ = 0;
+    reloc_record record_{};
+};
 
 class module_diff {
 public:
-    module_diff(const velm_module& a, const velm_module& b, std::FILE* out) : a_(a), b_(b), out_(out) {}
+    module_diff(const velm_module& a, const velm_module& b, const std::function<void(const difference&)>& tell)
+        : a_(a), b_(b), tell_(tell) {
+        symbol_numbers numbers;
+        numbers_a_ = numbers.of(a);
+        numbers_b_ = numbers.of(b);
+    }
 
     void header(bool ignore_stamp) {
+        part_ = "module";
+        const auto name = [](const velm_module& m) {
+            return begins_with_module_name(m) ? brief(m.string(0)) : std::string("none");
+        };
+        words("module name", name(a_), name(b_));
         number("target", a_.header.target_id, b_.header.target_id);
         number("file flags", a_.header.flags, b_.header.flags);
         number("entry point", a_.header.entry_point, b_.header.entry_point);
-        if (section_name(a_, a_.header.entry_scn) != section_name(b_, b_.header.entry_scn))
-            line("entry section: %s, %s", section_name(a_, a_.header.entry_scn).c_str(),
-                 section_name(b_, b_.header.entry_scn).c_str());
+        const auto entry = [](const velm_module& m) {
+            return section_label(m, static_cast<std::int16_t>(m.header.entry_scn));
+        };
+        words("entry section", entry(a_), entry(b_));
         if (!ignore_stamp)
             number("time stamp", a_.verify.timestamp, b_.verify.timestamp);
     }
 
     void sections() {
-        const auto in_a = by_name(a_);
-        const auto in_b = by_name(b_);
-        for (const auto& [key, section] : in_a) {
-            const auto other = in_b.find(key);
-            if (other == in_b.end())
-                line("section %s: only in the first", key.first.c_str());
-            else
-                compare(key.first, *section, *other->second);
-        }
-        for (const auto& [key, section] : in_b) {
-            if (in_a.find(key) == in_a.end())
-                line("section %s: only in the second", key.first.c_str());
-        }
+        part_ = "section";
+        const auto offsets = [](const velm_module& module) {
+            std::vector<std::uint32_t> result;
+            for (const section_place& section : module.sections)
+                result.push_back(section.header.name_offset);
+            return result;
+        };
+        pair_up(by_name(a_, offsets(a_)), by_name(b_, offsets(b_)), [this](const auto& in_a, const auto& in_b) {
+            const std::size_t common = std::min(in_a.size(), in_b.size());
+            for (std::size_t i = 0; i < common; ++i)
+                compare(a_.sections[in_a[i]], b_.sections[in_b[i]]);
+            for (std::size_t i = common; i < std::max(in_a.size(), in_b.size()); ++i)
+                only_in(in_a.size() > common);
+        });
     }
 
     void symbols() {
-        const auto in_a = named_symbols(a_);
-        const auto in_b = named_symbols(b_);
-        for (const auto& [name, text] : in_a) {
-            const auto other = in_b.find(name);
-            if (other == in_b.end())
-                line("symbol %s: only in the first", name.c_str());
-            else if (other->second != text)
-                line("symbol %s: %s, %s", name.c_str(), text.c_str(), other->second.c_str());
-        }
-        for (const auto& [name, text] : in_b) {
-            if (in_a.find(name) == in_a.end())
-                line("symbol %s: only in the second", name.c_str());
-        }
+        part_ = "symbol";
+        const auto offsets = [](const velm_module& module) {
+            std::vector<std::uint32_t> result;
+            for (const velm_symbol_record& symbol : module.symbols)
+                result.push_back(velm_module::is_named(symbol) ? symbol.name_offset : velm_no_name);
+            return result;
+        };
+        pair_up(by_name(a_, offsets(a_)), by_name(b_, offsets(b_)), [this](const auto& in_a, const auto& in_b) {
+            if (in_a.empty() || in_b.empty())
+                return only_in(in_b.empty());
+            const std::string facts_a = symbol_facts(a_, in_a);
+            const std::string facts_b = symbol_facts(b_, in_b);
+            if (facts_a != facts_b)
+                line("%s, %s", facts_a.c_str(), facts_b.c_str());
+        });
     }
 
     [[nodiscard]] unsigned long lines() const { return lines_; }
 
 private:
-    /// Name, and a counter for sections that share one.
-    using section_key = std::pair<std::string, unsigned>;
-
     [[gnu::format(printf, 2, 3)]] void line(const char* format, ...) {
+        char text[2048];
         std::va_list args;
         va_start(args, format);
-        std::vfprintf(out_, format, args);
+        std::vsnprintf(text, sizeof text, format, args);
         va_end(args);
-        std::fputc('\n', out_);
+        tell_({part_, name_, text});
         ++lines_;
     }
 
-    void number(const std::string& what, std::uint32_t a, std::uint32_t b) {
+    void only_in(bool first) { line("only in the %s", first ? "first" : "second"); }
+
+    void number(const char* what, std::uint32_t a, std::uint32_t b) {
         if (a != b)
-            line("%s: 0x%08X, 0x%08X", what.c_str(), a, b);
+            line("%s: 0x%08X, 0x%08X", what, a, b);
     }
 
-    static std::map<section_key, const section_place*> by_name(const velm_module& module) {
-        std::map<section_key, const section_place*> result;
-        std::map<std::string, unsigned> seen;
-        for (const section_place& section : module.sections) {
-            const std::string name = printable(module.name(section));
-            result[{name, seen[name]++}] = &section;
+    void words(const char* what, const std::string& a, const std::string& b) {
+        if (a != b)
+            line("%s: %s, %s", what, a.c_str(), b.c_str());
+    }
+
+    /// Calls `visit` with the indices of each name in both modules, by name; none where the name is missing.
+    template <typename VISIT>
+    void pair_up(const std::vector<named_records>& in_a, const std::vector<named_records>& in_b, VISIT visit) {
+        const std::vector<std::uint32_t> none;
+        auto a = in_a.begin();
+        auto b = in_b.begin();
+        while (a != in_a.end() || b != in_b.end()) {
+            const int order = a == in_a.end() ? 1 : b == in_b.end() ? -1 : a->name.compare(b->name);
+            name_ = order <= 0 ? a->name : b->name;
+            visit(order <= 0 ? a->indices : none, order >= 0 ? b->indices : none);
+            a += order <= 0;
+            b += order >= 0;
         }
-        return result;
+        name_ = {};
     }
 
-    static std::map<std::string, std::string> named_symbols(const velm_module& module) {
-        std::map<std::string, std::string> result;
-        for (const velm_symbol_record& symbol : module.symbols) {
-            if (!velm_module::is_named(symbol))
-                continue;
-            char text[32];
+    static std::string symbol_facts(const velm_module& module, const std::vector<std::uint32_t>& indices) {
+        constexpr std::size_t most = 10;
+        std::string facts;
+        for (std::size_t i = 0; i < std::min(indices.size(), most); ++i) {
+            const velm_symbol_record& symbol = module.symbols[indices[i]];
+            char text[64];
             std::snprintf(text, sizeof text, "0x%08X class %u in ", symbol.value, symbol.storage_class);
-            std::string& facts = result[printable(module.name(symbol))];
-            facts += (facts.empty() ? "" : " and ") + (text + section_name(module, symbol.section));
+            facts += (facts.empty() ? "" : " and ") + (text + section_label(module, symbol.section));
         }
-        return result;
+        return indices.size() > most ? facts + " and " + counted(indices.size() - most, "other") : facts;
     }
 
-    void compare(const std::string& name, const section_place& a, const section_place& b) {
-        const std::string title = "section " + name + ": ";
-        number(title + "run address", a.header.paddr, b.header.paddr);
-        number(title + "load address", a.header.vaddr, b.header.vaddr);
-        number(title + "size", a.header.size, b.header.size);
-        number(title + "page", a.header.page, b.header.page);
-        number(title + "flags", a.header.flags, b.header.flags);
-        contents(title, a_.contents(a), b_.contents(b));
-        relocs(title, relocs_of(a_, a), relocs_of(b_, b));
+    void compare(const section_place& a, const section_place& b) {
+        number("run address", a.header.paddr, b.header.paddr);
+        number("load address", a.header.vaddr, b.header.vaddr);
+        number("size", a.header.size, b.header.size);
+        number("page", a.header.page, b.header.page);
+        number("flags", a.header.flags, b.header.flags);
+        if (a.width != b.width)
+            line("address units of %d bits, %d bits", a.width, b.width);
+        contents(a, b);
+        relocs({a_, a, numbers_a_}, {b_, b, numbers_b_});
     }
 
     /// A line for each run of bytes that differ; runs less than 8 bytes apart count as one.
-    void contents(const std::string& title, const std::vector<unsigned char>& a, const std::vector<unsigned char>& b) {
-        const std::size_t common = std::min(a.size(), b.size());
-        for (std::size_t i = 0; i < common; ++i) {
-            if (a[i] == b[i])
-                continue;
-            std::size_t last = i;
-            for (std::size_t k = i; k < common && k - last <= 8; ++k) {
-                if (a[k] != b[k])
-                    last = k;
+    void contents(const section_place& a, const section_place& b) {
+        content_cursor in_a(a_, a);
+        content_cursor in_b(b_, b);
+        std::uint64_t at = 0;
+        std::uint64_t first = 0;
+        std::uint64_t behind = 0;  // the run that was found last, and not told yet; none when behind == first
+        const auto tell_run = [&] {
+            if (behind == first + 1)
+                line("byte 0x%llX differs", static_cast<unsigned long long>(first));
+            else if (behind > first)
+                line("bytes 0x%llX to 0x%llX differ", static_cast<unsigned long long>(first),
+                     static_cast<unsigned long long>(behind - 1));
+        };
+        while (!in_a.bytes().empty() && !in_b.bytes().empty()) {
+            const std::size_t size = std::min(in_a.bytes().size(), in_b.bytes().size());
+            const std::string_view x = in_a.bytes().substr(0, size);
+            const std::string_view y = in_b.bytes().substr(0, size);
+            for (std::size_t i = x == y ? size : 0; i < size; ++i) {
+                if (x[i] == y[i])
+                    continue;
+                if (behind == first || at + i > behind + 8) {
+                    tell_run();
+                    first = at + i;
+                }
+                behind = at + i + 1;
             }
-            line("%sbytes 0x%zX to 0x%zX differ", title.c_str(), i, last);
-            i = last;
+            at += size;
+            in_a.skip(size);
+            in_b.skip(size);
         }
-        if (a.size() != b.size())
-            line("%s%zu bytes of contents, %zu bytes", title.c_str(), a.size(), b.size());
+        tell_run();
+        if (a.contents_size != b.contents_size)
+            line("%s of contents, %s", counted(a.contents_size, "byte").c_str(),
+                 counted(b.contents_size, "byte").c_str());
     }
 
-    void relocs(const std::string& title, std::vector<placed_reloc> a, std::vector<placed_reloc> b) {
-        std::vector<placed_reloc> only;
-        std::stable_sort(a.begin(), a.end());
-        std::stable_sort(b.begin(), b.end());
-        std::set_difference(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(only));
-        only_in(title, only, "first");
-        only.clear();
-        std::set_difference(b.begin(), b.end(), a.begin(), a.end(), std::back_inserter(only));
-        only_in(title, only, "second");
+    void relocs(reloc_cursor a, reloc_cursor b) {
+        while (!a.at_end() || !b.at_end()) {
+            const std::int64_t place_a = a.at_end() ? 0 : a.place();
+            const std::int64_t place_b = b.at_end() ? 0 : b.place();
+            if (!a.at_end() && (b.at_end() || place_a < place_b)) {
+                reloc_line(a, "first");
+                a.next();
+            } else if (a.at_end() || place_b < place_a) {
+                reloc_line(b, "second");
+                b.next();
+            } else {
+                if (!a.same_as(b))
+                    line("relocation at 0x%llX: (%s), (%s)", static_cast<unsigned long long>(place_a),
+                         a.words().c_str(), b.words().c_str());
+                a.next();
+                b.next();
+            }
+        }
     }
 
-    void only_in(const std::string& title, const std::vector<placed_reloc>& relocs, const char* which) {
-        for (const placed_reloc& r : relocs)
-            line("%srelocation at 0x%llX (%s, %s): only in the %s", title.c_str(),
-                 static_cast<unsigned long long>(r.place), type_words(r.type).c_str(), r.target.c_str(), which);
+    void reloc_line(const reloc_cursor& at, const char* which) {
+        line("relocation at 0x%llX (%s): only in the %s", static_cast<unsigned long long>(at.place()),
+             at.words().c_str(), which);
     }
 
     const velm_module& a_;
     const velm_module& b_;
-    std::FILE* out_;
+    const std::function<void(const difference&)>& tell_;
+    std::vector<std::uint32_t> numbers_a_;
+    std::vector<std::uint32_t> numbers_b_;
+    const char* part_ = "module";
+    std::string_view name_;
     unsigned long lines_ = 0;
 };
 
 }  // namespace
 
-unsigned long diff_modules(const velm_module& a, const velm_module& b, bool ignore_stamp, std::FILE* out) {
-    module_diff diff(a, b, out);
+std::string difference_words(const difference& d) {
+    return d.name.empty() && d.part == std::string_view("module") ? d.text
+                                                                  : d.part + (" " + brief(d.name)) + ": " + d.text;
+}
+
+unsigned long diff_modules(const velm_module& a, const velm_module& b, bool ignore_stamp,
+                           const std::function<void(const difference&)>& tell) {
+    module_diff diff(a, b, tell);
     diff.header(ignore_stamp);
     diff.sections();
     diff.symbols();

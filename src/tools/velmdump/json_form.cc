@@ -1,113 +1,202 @@
 #include "tools/velmdump/json_form.h"
 
-#include <string>
 #include <string_view>
 
 #include "format/reloc_types.h"
-#include "tools/common/json_text.h"
-#include "tools/common/text_forms.h"
-#include "tools/velmdump/checks.h"
-#include "tools/velmdump/show.h"
+#include "tools/velmdump/module_words.h"
+#include "tools/velmdump/string_checks.h"
 
 namespace {
 
-json header_object(const velm_module& module) {
-    const velm_filehdr& h = module.header;
-    return {{"string_table_size", h.strtab_size},
-            {"entry_point", h.entry_point},
-            {"byte_order_word", h.byte_order_mark},
-            {"loader_string_size", h.scn_name_size},
-            {"symbols", h.nsyms},
-            {"longest_string", h.max_str_len},
-            {"sections", h.nscns},
-            {"relocated_sections", h.n_reloc_scns},
-            {"target_id", h.target_id},
-            {"flags", h.flags},
-            {"entry_section", h.entry_scn},
-            {"checksum", h.header_checksum}};
-}
+class module_printer {
+public:
+    module_printer(const velm_module& module, json_writer& json) : module_(module), json_(json) {}
 
-json verification_object(const velm_verifyrec& v) {
-    return {{"time_stamp", v.timestamp},
-            {"section_header_checksum", v.scnhdr_checksum},
-            {"string_table_checksum", v.strtab_checksum},
-            {"symbol_table_checksum", v.symtab_checksum},
-            {"checksum", v.verifyrec_checksum}};
-}
-
-json reloc_object(const reloc_record& rec) {
-    json object = {{"offset", rec.r_vaddr}, {"type", rec.r_type}};
-    if (const char* name = reloc_type_name(rec.r_type))
-        object["type_name"] = name;
-    if (is_field_reloc(rec.r_type)) {
-        object["field"] = {
-            {"offset", rec.r_field.r_offset}, {"size", rec.r_field.r_fieldsz}, {"container", rec.r_field.r_wordsz}};
-    } else if (is_sym_reloc(rec.r_type, rec.r_symndx)) {
-        object["symbol"] = rec.r_symndx;
-    } else {
-        object["value"] = rec.r_symndx;
+    void put_header() {
+        const velm_filehdr& h = module_.header;
+        json_.begin_object("header");
+        json_.member("string_table_size", h.strtab_size);
+        json_.member("entry_point", h.entry_point);
+        json_.member("byte_order_word", h.byte_order_mark);
+        json_.member("loader_string_size", h.scn_name_size);
+        json_.member("symbols", h.nsyms);
+        json_.member("longest_string", h.max_str_len);
+        json_.member("sections", h.nscns);
+        json_.member("relocated_sections", h.n_reloc_scns);
+        json_.member("target_id", h.target_id);
+        json_.member("flags", h.flags);
+        json_.member("entry_section", h.entry_scn);
+        json_.member("checksum", h.header_checksum);
+        json_.end_object();
     }
-    object["displacement"] = rec.r_disp;
-    return object;
-}
 
-json section_object(const velm_module& module, const section_place& section) {
-    const velm_scnhdr_record& h = section.header;
-    json object = json::object();
-    put_name(object, "name", module.name(section));
-    object.update(json{{"run_address", h.paddr},
-                       {"load_address", h.vaddr},
-                       {"size", h.size},
-                       {"page", h.page},
-                       {"flags", h.flags},
-                       {"flag_words", flag_words(h.flags)},
-                       {"width", section.width},
-                       {"first_packet", h.first_packet}});
-    object["packets"] = json::array();
-    for (const packet_place& packet : module.packets(section)) {
-        json relocs = json::array();
+    void put_verification() {
+        const velm_verifyrec& v = module_.verify;
+        json_.begin_object("verification");
+        json_.member("time_stamp", v.timestamp);
+        json_.member("section_header_checksum", v.scnhdr_checksum);
+        json_.member("string_table_checksum", v.strtab_checksum);
+        json_.member("symbol_table_checksum", v.symtab_checksum);
+        json_.member("checksum", v.verifyrec_checksum);
+        json_.end_object();
+    }
+
+    void put_strings() {
+        json_.begin_array("strings");
+        for (std::uint32_t offset = 0; offset < module_.strtab_size;) {
+            const std::string_view text = module_.string(offset);
+            json_.begin_object();
+            json_.member("offset", offset);
+            json_.name("text", text);
+            json_.end_object();
+            offset += static_cast<std::uint32_t>(text.size()) + 1;
+        }
+        json_.end_array();
+    }
+
+    void put_sections() {
+        json_.begin_array("sections");
+        int number = 0;
+        for (const section_place& section : module_.sections)
+            put_section(section, ++number);
+        json_.end_array();
+    }
+
+    void put_symbols() {
+        json_.begin_array("symbols");
+        std::uint32_t index = 0;
+        for (const velm_symbol_record& symbol : module_.symbols) {
+            json_.begin_object();
+            json_.member("index", index++);
+            if (velm_module::is_named(symbol))
+                put_name(module_.name(symbol));
+            else
+                json_.null("name");
+            json_.member("name_offset", symbol.name_offset);
+            json_.member("value", symbol.value);
+            json_.member("section", symbol.section);
+            json_.member("class", symbol.storage_class);
+            json_.end_object();
+        }
+        json_.end_array();
+    }
+
+private:
+    void put_name(std::string_view name) {
+        json_.name("name", name.substr(0, longest_json_name));
+        if (name.size() > longest_json_name)
+            json_.member("name_length", name.size());
+    }
+
+    void put_section(const section_place& section, int number) {
+        const velm_scnhdr_record& h = section.header;
+        json_.begin_object();
+        json_.member("number", number);
+        put_name(module_.name(section));
+        json_.member("name_offset", h.name_offset);
+        json_.member("run_address", h.paddr);
+        json_.member("load_address", h.vaddr);
+        json_.member("size", h.size);
+        json_.member("page", h.page);
+        json_.member("flags", h.flags);
+        json_.member("flag_words", flag_words(h.flags));
+        json_.member("width", section.width);
+        json_.member("first_packet", h.first_packet);
+        json_.member("packet_count", h.npackets);
+        json_.member("contents_size", section.contents_size);
+        json_.member("relocation_count", section.nreloc);
+        json_.begin_array("packets");
+        std::int64_t start = 0;
+        for (const packet_place& packet : module_.packets(section)) {
+            put_packet(section, packet, start);
+            start += packet.header.data_size;
+        }
+        json_.end_array();
+        json_.end_object();
+    }
+
+    void put_packet(const section_place& section, const packet_place& packet, std::int64_t start) {
+        json_.begin_object();
+        json_.member("offset", packet.offset);
+        json_.member("end", packet.end());
+        json_.member("section_offset", start);
+        json_.member("data_size", packet.header.data_size);
+        json_.member("relocation_count", packet.header.nreloc);
+        json_.member("checksum", packet.header.checksum);
+        json_.hex("data", module_.raw.bytes.data() + packet.data(), packet.header.data_size);
+        json_.begin_array("relocations");
         for (std::uint32_t i = 0; i < packet.header.nreloc; ++i)
-            relocs.push_back(reloc_object(module.reloc(packet, i)));
-        const auto* data = reinterpret_cast<const char*>(&module.raw.bytes[packet.data()]);
-        object["packets"].push_back({{"offset", packet.offset},
-                                     {"checksum", packet.header.checksum},
-                                     {"data", hex_digits({data, packet.header.data_size})},
-                                     {"relocations", std::move(relocs)}});
+            put_reloc(section, module_.reloc(packet, i), start);
+        json_.end_array();
+        json_.end_object();
     }
-    return object;
-}
 
-json symbol_object(const velm_module& module, const velm_symbol_record& symbol) {
-    json object = json::object();
-    if (velm_module::is_named(symbol))
-        put_name(object, "name", module.name(symbol));
-    else
-        object["name"] = nullptr;
-    object["value"] = symbol.value;
-    object["section"] = symbol.section;
-    object["class"] = symbol.storage_class;
-    return object;
-}
+    void put_reloc(const section_place& section, const reloc_record& rec, std::int64_t packet_start) {
+        const std::int64_t place = packet_start / (section.width / 8) + static_cast<std::int32_t>(rec.r_vaddr);
+        json_.begin_object();
+        json_.member("offset", rec.r_vaddr);
+        json_.member("section_offset", place);
+        json_.member("address", static_cast<std::uint32_t>(section.header.paddr + static_cast<std::uint64_t>(place)));
+        json_.member("type", rec.r_type);
+        if (const char* name = reloc_type_name(rec.r_type))
+            json_.member("type_name", name);
+        if (is_field_reloc(rec.r_type))
+            put_field(rec.r_field.r_offset, rec.r_field.r_fieldsz, rec.r_field.r_wordsz);
+        else if (const int bits = reloc_size(rec.r_type); bits != 0)
+            put_field(reloc_offset(rec.r_type), bits, reloc_stop(rec.r_type, bits));
+        if (!is_field_reloc(rec.r_type))
+            json_.member(is_sym_reloc(rec.r_type, rec.r_symndx) ? "symbol" : "value", rec.r_symndx);
+        json_.member("displacement", rec.r_disp);
+        json_.end_object();
+    }
+
+    void put_field(int offset, int size, int container) {
+        json_.begin_object("field");
+        json_.member("offset", offset);
+        json_.member("size", size);
+        json_.member("container", container);
+        json_.end_object();
+    }
+
+    const velm_module& module_;
+    json_writer& json_;
+};
 
 }  // namespace
 
-void print_json(const velm_module& module, const char* path, std::FILE* out) {
-    json document = json::object();
-    put_name(document, "file", path);
-    document["form"] = module.raw.text_form ? "text" : "binary";
-    document["byte_order"] = module.raw.big_endian ? "big" : "little";
-    document["size"] = module.size();
-    document["header"] = header_object(module);
-    document["verification"] = verification_object(module.verify);
-    document["sections"] = json::array();
-    for (const section_place& section : module.sections)
-        document["sections"].push_back(section_object(module, section));
-    document["symbols"] = json::array();
-    for (const velm_symbol_record& symbol : module.symbols)
-        document["symbols"].push_back(symbol_object(module, symbol));
-    document["findings"] = json::array();
-    for (const finding& f : check_module(module))
-        document["findings"].push_back(
-            {{"severity", f.error ? "error" : "warning"}, {"offset", f.offset}, {"text", f.text}});
-    print_json(document, out);
+void put_findings(json_writer& json, const std::vector<finding>& findings) {
+    for (const finding& f : findings) {
+        json.begin_object();
+        json.member("severity", f.error ? "error" : "warning");
+        json.member("offset", f.offset);
+        if (f.line != 0)
+            json.member("line", f.line);
+        json.member("text", f.text);
+        json.end_object();
+    }
+}
+
+void print_json(const module_file& file, std::FILE* out) {
+    const velm_module& module = file.module;
+    json_writer json(out);
+    module_printer printer(module, json);
+    json.begin_object();
+    json.name("file", file.path);
+    json.member("form", module.raw.text_form ? "text" : "binary");
+    json.member("byte_order", module.raw.big_endian ? "big" : "little");
+    json.member("size", module.size());
+    json.member("sound", file.sound());
+    json.begin_array("findings");
+    put_findings(json, file.findings);
+    json.end_array();
+    if (begins_with_module_name(module))
+        json.name("module_name", module.string(0));
+    else
+        json.null("module_name");
+    printer.put_header();
+    printer.put_verification();
+    printer.put_strings();
+    printer.put_sections();
+    printer.put_symbols();
+    json.end_object();
 }

@@ -203,3 +203,7 @@ module_bytes decode_module(std::vector<unsigned char> contents) {
         result.why_no_module = "it ends inside the header";
     return result;
 }
+
+bool is_no_list(const std::vector<unsigned char>& contents) {
+    return std::find(contents.begin(), contents.end(), 0) != contents.end() || text_order(contents).has_value();
+}

@@ -43,4 +43,7 @@ struct module_bytes {
 /// byte-order word in its place, or a header or verification record whose checksum is right.
 module_bytes decode_module(std::vector<unsigned char> contents);
 
+/// Whether the contents are those of a module, or no text: then they are no list of names either.
+bool is_no_list(const std::vector<unsigned char>& contents);
+
 #endif

@@ -21,22 +21,25 @@ bool module_file::sound() const {
 
 std::optional<module_file> read_module(const std::string& path, wanted_module wanted, int& status) {
     auto bytes = read_whole(path);
-    if (!bytes) {
-        status = status_trouble;
-        return std::nullopt;
-    }
-    module_bytes decoded = decode_module(std::move(*bytes));
-    if (!decoded.why_no_module.empty()) {
-        complain("%s: not a VELM module: %s", input_label(path).c_str(), decoded.why_no_module.c_str());
+    if (bytes)
+        return judge_module(path, std::move(*bytes), wanted, status);
+    status = status_trouble;
+    return std::nullopt;
+}
+
+std::optional<module_file> judge_module(const std::string& path, std::vector<unsigned char> contents,
+                                        wanted_module wanted, int& status) {
+    module_file file{path, velm_module(decode_module(std::move(contents))), {}};
+    if (!file.module.has_header) {
+        complain("%s: not a VELM module: %s", input_label(path).c_str(), file.module.raw.why_no_module.c_str());
         status = std::max<int>(status, status_faults);
         return std::nullopt;
     }
-    module_file file{path, velm_module(std::move(decoded)), {}};
     file.findings = check_module(file.module);
     const auto first_error = std::find_if(file.findings.begin(), file.findings.end(), is_error);
     if (wanted == wanted_module::sound && first_error != file.findings.end()) {
         complain("%s: unsound module: %s ('velmdump check' tells all)", input_label(path).c_str(),
-                 first_error->text.c_str());
+                 finding_words(*first_error).c_str());
         status = std::max<int>(status, status_faults);
         return std::nullopt;
     }

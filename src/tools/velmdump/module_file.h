@@ -29,4 +29,8 @@ enum class wanted_module {
 /// unless it was trouble already).
 std::optional<module_file> read_module(const std::string& path, wanted_module wanted, int& status);
 
+/// The same for contents that were read before.
+std::optional<module_file> judge_module(const std::string& path, std::vector<unsigned char> contents,
+                                        wanted_module wanted, int& status);
+
 #endif

@@ -2,20 +2,28 @@
 #ifndef MODFORGE_TOOLS_VELMDUMP_NAMES_H
 #define MODFORGE_TOOLS_VELMDUMP_NAMES_H
 
-#include <cstdio>
 #include <string>
+#include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "tools/velmdump/velm_module.h"
 
-/// The names, as their bytes stand in the module, in symbol order, each once.
-std::vector<std::string> exported_names(const velm_module& module);
-std::vector<std::string> imported_names(const velm_module& module);
+/// The names, as their bytes stand in the sound module, in symbol order, each once. They live as long as it does.
+std::vector<std::string_view> exported_names(const velm_module& module);
+std::vector<std::string_view> imported_names(const velm_module& module);
 
-/// Those of `wanted` that are no line of `list`.
-std::vector<std::string> missing_names(const std::vector<std::string>& wanted, const std::vector<unsigned char>& list);
+/// Names that are on offer.
+class offered_names {
+public:
+    void add(const velm_module& module);
+    /// A list with one name a line, in printable form.
+    void add_lines(const std::vector<unsigned char>& list);
+    /// Whether it offers the name, as it stands in a module.
+    [[nodiscard]] bool has(std::string_view name) const;
 
-/// Prints one name a line.
-void print_names(const std::vector<std::string>& names, std::FILE* out);
+private:
+    std::unordered_set<std::string> names_;  ///< in printable form
+};
 
 #endif

@@ -4,8 +4,10 @@
 
 class check_report;
 class velm_module;
+struct sound_parts;
 
-/// That the packets chain from the tables to the end of the file and add up to their sections, each sound in itself.
-void check_packets(const velm_module& module, check_report& report);
+/// That the packets chain from the tables to the end of the file and add up to their sections, each sound in itself and
+/// cut where the converter would cut it.
+void check_packets(const velm_module& module, const sound_parts& parts, check_report& report);
 
 #endif

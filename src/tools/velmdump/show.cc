@@ -1,30 +1,40 @@
 #include "tools/velmdump/show.h"
 
 #include <algorithm>
+#include <string>
+#include <vector>
 
 #include "format/reloc_types.h"
+#include "tools/common/file_input.h"
 #include "tools/common/text_forms.h"
-#include "tools/velmdump/checks.h"
 #include "tools/velmdump/hex_dump.h"
 #include "tools/velmdump/module_facts.h"
-#include "tools/velmdump/reloc_places.h"
+#include "tools/velmdump/module_words.h"
 #include "tools/velmdump/words.h"
 
 namespace {
 
-void show_header(const velm_module& module, const char* path, std::FILE* out) {
-    std::fprintf(out, "VELM module %s (%s, %s-endian writer)\n", path, module.raw.text_form ? "text" : "binary",
-                 module.raw.big_endian ? "big" : "little");
-    const std::vector<finding> findings = check_module(module);
+/// Names as listings show them.
+std::string label(std::string_view name) {
+    return brief(name);
+}
+
+/// "sound, 0 errors and 2 warnings".
+std::string verdict(const module_file& file) {
     const auto errors = static_cast<std::uint64_t>(
-        std::count_if(findings.begin(), findings.end(), [](const finding& f) { return f.error; }));
-    std::fprintf(out, "  %-11s  %s\n", "checks",
-                 findings.empty()
-                     ? "sound"
-                     : (std::string(errors == 0 ? "sound, " : "UNSOUND, ") + counted(errors, "error") + " and " +
-                        counted(findings.size() - errors, "warning") + " (velmdump check tells them)")
-                           .c_str());
-    for (const auto& [name, words] : module_facts(module, printable))
+        std::count_if(file.findings.begin(), file.findings.end(), [](const finding& f) { return f.error; }));
+    if (file.findings.empty())
+        return "sound";
+    return std::string(errors == 0 ? "sound, " : "UNSOUND, ") + counted(errors, "error") + " and " +
+           counted(file.findings.size() - errors, "warning") + " (velmdump check tells them)";
+}
+
+void show_header(const module_file& file, std::FILE* out) {
+    const velm_module& module = file.module;
+    std::fprintf(out, "VELM module %s (%s, %s-endian writer)\n", input_label(file.path).c_str(),
+                 module.raw.text_form ? "text" : "binary", module.raw.big_endian ? "big" : "little");
+    std::fprintf(out, "  %-11s  %s\n", "checks", verdict(file).c_str());
+    for (const auto& [name, words] : module_facts(module, label))
         std::fprintf(out, "  %-11s  %s\n", name.c_str(), words.c_str());
 }
 
@@ -37,19 +47,8 @@ void show_sections(const velm_module& module, std::FILE* out) {
         const velm_scnhdr_record& h = section.header;
         std::fprintf(out, "%4u  0x%08X  0x%08X  0x%08X  %4u  %7u  %6llu  %s (%s)\n", ++number, h.paddr, h.vaddr, h.size,
                      h.page, h.npackets, static_cast<unsigned long long>(section.nreloc),
-                     printable(module.name(section)).c_str(), flag_words(h.flags).c_str());
+                     label(module.name(section)).c_str(), flag_words(h.flags).c_str());
     }
-}
-
-std::string symbol_words(const velm_module& module, std::uint32_t index) {
-    if (index >= module.symbols.size())
-        return "symbol " + std::to_string(index);
-    const velm_symbol_record& symbol = module.symbols[index];
-    if (velm_module::is_named(symbol))
-        return printable(module.name(symbol));
-    char text[64];
-    std::snprintf(text, sizeof text, "symbol %u at 0x%08X in ", index, symbol.value);
-    return text + section_words(module, symbol.section, printable);
 }
 
 void show_symbols(const velm_module& module, std::FILE* out) {
@@ -57,8 +56,8 @@ void show_symbols(const velm_module& module, std::FILE* out) {
     unsigned index = 0;
     for (const velm_symbol_record& symbol : module.symbols)
         std::fprintf(out, "%6u  0x%08X  class %2u  %-20s %s\n", index++, symbol.value, symbol.storage_class,
-                     section_words(module, symbol.section, printable).c_str(),
-                     velm_module::is_named(symbol) ? printable(module.name(symbol)).c_str() : "-");
+                     section_words(module, symbol.section, label).c_str(),
+                     velm_module::is_named(symbol) ? label(module.name(symbol)).c_str() : "-");
 }
 
 void show_strings(const velm_module& module, std::FILE* out) {
@@ -70,30 +69,81 @@ void show_strings(const velm_module& module, std::FILE* out) {
     }
 }
 
-void show_reloc(const velm_module& module, const reloc_place& place, std::FILE* out) {
-    const reloc_record& rec = place.record;
-    std::fprintf(out, "      0x%08X  +0x%04llX", place.address, static_cast<unsigned long long>(place.offset));
-    const std::string field = field_words(rec);
-    const std::string type = type_words(rec.r_type);
-    std::string words = field.empty() ? "" : "  " + field;
-    if (is_constant_reloc(rec.r_type))
-        words += "  constant " + hex_word(rec.r_symndx);
-    else if (is_sym_reloc(rec.r_type, rec.r_symndx))
-        words += "  " + symbol_words(module, rec.r_symndx);
-    if (rec.r_disp != 0)
-        words += "  displacement " + hex_number(rec.r_disp);
-    if (words.empty())
-        std::fprintf(out, "  %s\n", type.c_str());
-    else
-        std::fprintf(out, "  %-10s%s\n", type.c_str(), words.c_str());
-}
+/// Relocations, a line each. There may be millions: types and names are put into words once.
+class reloc_printer {
+public:
+    reloc_printer(const velm_module& module, std::FILE* out)
+        : module_(module), out_(out), labels_(module.symbols.size()) {}
+
+    /// Those of a packet whose data starts `start` address units into its section.
+    void print(const section_place& section, const packet_place& packet, std::int64_t start) {
+        for (std::uint32_t i = 0; i < packet.header.nreloc; ++i) {
+            const reloc_record rec = module_.reloc(packet, i);
+            const std::int64_t place = start + static_cast<std::int32_t>(rec.r_vaddr);
+            line_ = "      0x";
+            put_hex(static_cast<std::uint32_t>(section.header.paddr + static_cast<std::uint64_t>(place)), 8);
+            line_ += place < 0 ? "  -0x" : "  +0x";
+            put_hex(static_cast<std::uint64_t>(place < 0 ? -place : place), 4);
+            put_type(rec);
+            put_operand(rec);
+            line_.resize(line_.find_last_not_of(' ') + 1);
+            line_ += '\n';
+            std::fwrite(line_.data(), 1, line_.size(), out_);
+        }
+    }
+
+private:
+    /// The next relocation is mostly of the same type.
+    void put_type(const reloc_record& rec) {
+        if (rec.r_type != type_ || type_and_field_.empty() || is_field_reloc(rec.r_type)) {
+            const std::string field = field_words(rec);
+            char type[32];
+            std::snprintf(type, sizeof type, "  %-10s", type_words(rec.r_type).c_str());
+            type_ = rec.r_type;
+            type_and_field_ = type + (field.empty() ? "" : "  " + field);
+        }
+        line_ += type_and_field_;
+    }
+
+    void put_operand(const reloc_record& rec) {
+        if (is_constant_reloc(rec.r_type))
+            line_ += "  constant " + hex_word(rec.r_symndx);
+        else if (is_sym_reloc(rec.r_type, rec.r_symndx))
+            line_.append("  ").append(symbol(rec.r_symndx));
+        if (rec.r_disp != 0)
+            line_ += "  displacement " + hex_number(rec.r_disp);
+    }
+
+    std::string symbol(std::uint32_t index) {
+        if (index >= labels_.size())
+            return symbol_label(module_, index);
+        if (labels_[index].empty())
+            labels_[index] = symbol_label(module_, index);
+        return labels_[index];
+    }
+
+    void put_hex(std::uint64_t number, int digits) {
+        while (digits < 16 && number >> (4 * digits) != 0)
+            ++digits;
+        while (digits > 0)
+            line_ += "0123456789ABCDEF"[number >> (4 * --digits) & 15];
+    }
+
+    const velm_module& module_;
+    std::FILE* out_;
+    std::uint16_t type_ = 0;
+    std::string type_and_field_;  ///< of type_
+    std::string line_;
+    std::vector<std::string> labels_;  ///< of symbols, once they were needed
+};
 
 /// Places are run addresses and offsets in the section, both in address units.
 void show_packets(const velm_module& module, bool relocs, std::FILE* out) {
+    reloc_printer printer(module, out);
     for (const section_place& section : module.sections) {
         if (section.packets_in_file == 0)
             continue;
-        std::fprintf(out, "Packets of %s\n", printable(module.name(section)).c_str());
+        std::fprintf(out, "Packets of %s\n", label(module.name(section)).c_str());
         std::uint64_t start = 0;  // bytes from the start of the section
         unsigned number = 0;
         for (const packet_place& packet : module.packets(section)) {
@@ -104,8 +154,7 @@ void show_packets(const velm_module& module, bool relocs, std::FILE* out) {
                          static_cast<unsigned long long>(offset), counted(packet.header.data_size, "byte").c_str(),
                          counted(packet.header.nreloc, "relocation").c_str());
             if (relocs)
-                for_each_reloc(module, section, packet, start,
-                               [&](const reloc_place& place) { show_reloc(module, place, out); });
+                printer.print(section, packet, static_cast<std::int64_t>(offset));
             start += packet.header.data_size;
         }
     }
@@ -117,7 +166,7 @@ bool show_contents(const velm_module& module, const std::string& name, std::FILE
         if (name != "*" && name != module.name(section))
             continue;
         found = true;
-        std::fprintf(out, "Contents of %s\n", printable(module.name(section)).c_str());
+        std::fprintf(out, "Contents of %s\n", label(module.name(section)).c_str());
         print_hex_dump(module, section, out);
     }
     return found;
@@ -125,26 +174,9 @@ bool show_contents(const velm_module& module, const std::string& name, std::FILE
 
 }  // namespace
 
-std::string flag_words(std::uint16_t flags) {
-    static const char* const types[] = {"code", "data", "uninitialised", "initialisation table"};
-    const unsigned type = flags & velm_scn_type_mask;
-    std::string words = type < 4 ? types[type] : "type " + std::to_string(type);
-    if ((flags & velm_scn_relocated) != 0)
-        words += ", relocated";
-    if ((flags & velm_scn_has_data) != 0)
-        words += ", contents";
-    if ((flags & velm_scn_align_mask) != 0)
-        words += ", aligned to 2^" + std::to_string((flags & velm_scn_align_mask) >> 8);
-    return words;
-}
-
-std::string type_words(std::uint16_t type) {
-    const char* name = reloc_type_name(type);
-    return name ? name : "type " + std::to_string(type);
-}
-
-bool show_module(const velm_module& module, const char* path, const show_options& options, std::FILE* out) {
-    show_header(module, path, out);
+bool show_module(const module_file& file, const show_options& options, std::FILE* out) {
+    const velm_module& module = file.module;
+    show_header(file, out);
     show_sections(module, out);
     if (options.symbols)
         show_symbols(module, out);

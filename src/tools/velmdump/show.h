@@ -6,7 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "tools/velmdump/velm_module.h"
+#include "tools/velmdump/module_file.h"
+#include "tools/velmdump/module_words.h"
 
 struct show_options {
     bool symbols = false;
@@ -16,13 +17,8 @@ struct show_options {
     std::string contents;  ///< a section's name, "*" for all, empty for none
 };
 
-/// Prints the summary and what the options ask for. False when a section is asked for that is not there.
-bool show_module(const velm_module& module, const char* path, const show_options& options, std::FILE* out);
-
-/// The section's flags in words: "code", "relocated", "contents", "aligned to 2^n".
-std::string flag_words(std::uint16_t flags);
-
-/// "R_RELLONG", or "type 22" for a type without a name.
-std::string type_words(std::uint16_t type);
+/// Prints the summary and what the options ask for; of an unsound module it says so first. False when a section is asked
+/// for that is not there. Names of more than 255 bytes, or 80 beside relocations, are cut but in the list of strings.
+bool show_module(const module_file& file, const show_options& options, std::FILE* out);
 
 #endif

@@ -24,8 +24,8 @@ int show(arguments given) {
     if (!file)
         return status;
     if (given.json) {
-        print_json(file->module, given.path.c_str(), stdout);
-    } else if (!show_module(file->module, given.path.c_str(), given.parts, stdout)) {
+        print_json(*file, stdout);
+    } else if (!show_module(*file, given.parts, stdout)) {
         complain("no section is named %s", printable(given.parts.contents).c_str());
         return status_trouble;
     }

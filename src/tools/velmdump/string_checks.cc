@@ -1,14 +1,16 @@
 // Lays the string table out again, name by name, as the converter did.
 //
 // Every name offset must be that of a name already laid, or the place where the next one begins. So a name that was
-// moved, cut or doubled shows, even when the checksum was repaired.
+// moved, cut or doubled shows, even when the checksum was repaired. Behind a wrong offset the layout goes on from there:
+// it is told once.
 #include "tools/velmdump/string_checks.h"
 
 #include <algorithm>
 #include <string_view>
-#include <unordered_map>
+#include <unordered_set>
 
 #include "tools/velmdump/check_report.h"
+#include "tools/velmdump/checks.h"
 #include "tools/velmdump/velm_module.h"
 
 namespace {
@@ -25,36 +27,46 @@ public:
 
     /// The name at `offset`, which the record at file offset `where` refers to.
     void lay(std::uint32_t offset, std::uint64_t where, const char* whose) {
-        if (offset < next_) {
-            if (starts_.count(module_.string(offset)) == 0 || starts_[module_.string(offset)] != offset)
-                report_.error(where, "%s: name offset %u is not the start of a name", whose, offset);
+        if (starts_.contains(offset))
             return;
-        }
-        if (offset != next_) {
+        if (offset != next_ && !faulty_) {
+            faulty_ = true;
             report_.error(where, "%s: name offset %u, but the next name begins at %u", whose, offset, next_);
-            return;
         }
+        if (offset < next_)
+            return;
         const std::string_view name = module_.string(offset);
         if (offset + name.size() >= module_.strtab_size) {
-            report_.error(where, "%s: the name at offset %u does not end inside the string table", whose, offset);
+            if (!faulty_)
+                report_.error(where, "%s: the name at offset %u does not end inside the string table", whose, offset);
+            faulty_ = true;
             return;
         }
-        if (!starts_.emplace(name, offset).second)
-            report_.error(velm_strtab_offset + offset, "%s: the name at offset %u stands in the table twice", whose,
-                          offset);
-        next_ += static_cast<std::uint32_t>(name.size()) + 1;
+        starts_.insert(offset);
+        if (!texts_.insert(name).second && !faulty_)
+            report_.error(velm_strtab_offset + std::uint64_t{offset},
+                          "%s: the name at offset %u stands in the table twice", whose, offset);
+        next_ = offset + static_cast<std::uint32_t>(name.size()) + 1;
         longest_ = std::max<std::size_t>(longest_, name.size() + 1);
     }
 
+    /// From here on, names may lie anywhere.
+    void forgive() { faulty_ = true; }
+
+    /// Where the next new name begins.
     [[nodiscard]] std::uint32_t next() const { return next_; }
     [[nodiscard]] std::size_t longest() const { return longest_; }
+    /// Whether an offset was wrong: then totals mean nothing.
+    [[nodiscard]] bool faulty() const { return faulty_; }
 
 private:
     const velm_module& module_;
     check_report& report_;
-    std::unordered_map<std::string_view, std::uint32_t> starts_;
-    std::uint32_t next_ = 0;  ///< where the next new name begins
+    std::unordered_set<std::uint32_t> starts_;
+    std::unordered_set<std::string_view> texts_;
+    std::uint32_t next_ = 0;
     std::size_t longest_ = 0;
+    bool faulty_ = false;
 };
 
 void lay_sections(const velm_module& module, table_layout& layout) {
@@ -62,57 +74,60 @@ void lay_sections(const velm_module& module, table_layout& layout) {
         layout.lay(section.header.name_offset, section.offset, "section");
 }
 
-/// Whether the table begins with the name of the module, as it does unless only symbols were wanted. Where both would
-/// do, the size of the first part decides.
+void lay_symbols(const velm_module& module, table_layout& layout) {
+    std::uint64_t where = module.symbol_records();
+    for (const velm_symbol_record& symbol : module.symbols) {
+        if (symbol.name_offset != velm_no_name)
+            layout.lay(symbol.name_offset, where, "symbol");
+        else if (velm_module::is_named(symbol))
+            layout.forgive();  // what it should be is not known, and told with the symbol
+        where += sizeof symbol;
+    }
+}
+
+void check_totals(const velm_module& module, const table_layout& layout, const sound_parts& parts,
+                  check_report& report) {
+    const std::uint64_t padded = (std::uint64_t{layout.next()} + 3) & ~std::uint64_t{3};
+    const auto table = module.raw.bytes.begin() + velm_strtab_offset;
+    const auto end = table + static_cast<std::ptrdiff_t>(module.strtab_size);
+    if (padded != module.header.strtab_size)
+        report.error(0, "the string table has %u bytes, but its names take %llu", module.header.strtab_size,
+                     static_cast<unsigned long long>(padded));
+    else if (std::any_of(table + layout.next(), end, [](unsigned char byte) { return byte != 0; }))
+        report.error(velm_strtab_offset + std::uint64_t{layout.next()}, "padding of the string table is not zero");
+    else if (parts.header && layout.longest() != module.header.max_str_len)
+        report.error(offsetof(velm_filehdr, max_str_len), "the longest name takes %zu bytes, not %u", layout.longest(),
+                     module.header.max_str_len);
+}
+
+}  // namespace
+
 bool begins_with_module_name(const velm_module& module) {
-    if (module.header.scn_name_size == 0)
-        return false;
-    if (module.sections.empty() || module.sections[0].header.name_offset != 0)
-        return true;
-    if (!module.symbols_only())
+    if (module.sections.empty())
+        return module.header.scn_name_size != 0;
+    if (module.sections[0].header.name_offset != 0 || !module.symbols_only())
         return true;
     // The first section's name may equal the module's; only then does the longest name not count it.
     check_report ignored;
     table_layout without(module, ignored);
     lay_sections(module, without);
-    for (const velm_symbol_record& symbol : module.symbols) {
-        if (symbol.name_offset != velm_no_name)
-            without.lay(symbol.name_offset, 0, "");
-    }
+    lay_symbols(module, without);
     return without.longest() != module.header.max_str_len;
 }
 
-void check_padding(const velm_module& module, std::uint32_t used, check_report& report) {
-    const std::uint64_t padded = (std::uint64_t{used} + 3) & ~std::uint64_t{3};
-    if (padded != module.header.strtab_size) {
-        report.error(0, "the string table has %u bytes, but its names take %llu", module.header.strtab_size,
-                     static_cast<unsigned long long>(padded));
+void check_strings(const velm_module& module, const sound_parts& parts, check_report& report) {
+    if (!parts.strings || !parts.sections)
         return;
-    }
-    for (std::uint64_t i = used; i < module.strtab_size; ++i) {
-        if (module.raw.bytes[velm_strtab_offset + i] != 0)
-            report.error(velm_strtab_offset + i, "padding byte of the string table is not zero");
-    }
-}
-
-}  // namespace
-
-void check_strings(const velm_module& module, check_report& report) {
     table_layout layout(module, report);
     if (begins_with_module_name(module))
         layout.lay_module_name();
     lay_sections(module, layout);
-    if (layout.next() != module.header.scn_name_size)
+    if (parts.header && !layout.faulty() && layout.next() != module.header.scn_name_size)
         report.error(offsetof(velm_filehdr, scn_name_size), "the names of module and sections take %u bytes, not %u",
                      layout.next(), module.header.scn_name_size);
-    std::uint64_t where = module.symbol_records();
-    for (const velm_symbol_record& symbol : module.symbols) {
-        if (symbol.name_offset != velm_no_name)
-            layout.lay(symbol.name_offset, where, "symbol");
-        where += sizeof symbol;
-    }
-    if (layout.longest() != module.header.max_str_len)
-        report.error(offsetof(velm_filehdr, max_str_len), "the longest name takes %zu bytes, not %u", layout.longest(),
-                     module.header.max_str_len);
-    check_padding(module, layout.next(), report);
+    if (!parts.symbols)
+        return;
+    lay_symbols(module, layout);
+    if (!layout.faulty())
+        check_totals(module, layout, parts, report);
 }

@@ -4,7 +4,12 @@
 
 class check_report;
 class velm_module;
+struct sound_parts;
 
-void check_strings(const velm_module& module, check_report& report);
+/// That the names lie one behind the other in the order of their use, each once, and as long as the header says.
+void check_strings(const velm_module& module, const sound_parts& parts, check_report& report);
+
+/// Whether the string table begins with the name of the module, as it does unless only symbols were wanted.
+bool begins_with_module_name(const velm_module& module);
 
 #endif

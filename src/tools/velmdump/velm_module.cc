@@ -108,6 +108,10 @@ std::string_view velm_module::string(std::uint32_t offset) const {
     return {start, strnlen(start, strtab_size - offset)};
 }
 
+packet_place velm_module::packet(std::uint64_t offset) const {
+    return packet_at(raw, offset);
+}
+
 reloc_record velm_module::reloc(const packet_place& packet, std::uint32_t i) const {
     const std::size_t at = packet.relocs() + sizeof(reloc_record) * std::size_t{i};
     reloc_record record{};

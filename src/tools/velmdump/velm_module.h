@@ -68,6 +68,12 @@ struct section_place {
     int width = 8;                      ///< bits of an address unit, from the contents; else the target's; else 8
     std::uint64_t contents_size = 0;    ///< bytes in the packets
     std::uint64_t nreloc = 0;
+
+    /// The place of a relocation, bytes from the start of its packet's data. Nothing wraps; a place before the packet is
+    /// negative.
+    [[nodiscard]] std::int64_t byte_place(const reloc_record& rec) const {
+        return std::int64_t{static_cast<std::int32_t>(rec.r_vaddr)} * (width / 8);
+    }
 };
 
 class velm_module {
@@ -103,6 +109,8 @@ public:
     [[nodiscard]] packet_range packets(const section_place& section) const {
         return {raw, section.header.first_packet, section.packets_in_file};
     }
+    /// The packet that begins at a file offset; its header must lie in the file.
+    [[nodiscard]] packet_place packet(std::uint64_t offset) const;
     /// Relocation `i` of a packet.
     [[nodiscard]] reloc_record reloc(const packet_place& packet, std::uint32_t i) const;
     /// The contents of a section, put together.

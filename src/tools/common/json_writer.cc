@@ -1,0 +1,99 @@
+#include "tools/common/json_writer.h"
+
+#include <algorithm>
+#include <charconv>
+#include <nlohmann/json.hpp>
+
+#include "tools/common/text_forms.h"
+
+namespace {
+
+constexpr std::size_t flush_size = 1U << 16;
+
+/// Whether the text can stand between quotes as it is.
+bool is_plain(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
+}
+
+bool is_utf8(std::string_view text) {
+    try {
+        (void)nlohmann::json(text).dump();
+        return true;
+    } catch (const nlohmann::json::exception&) {
+        return false;
+    }
+}
+
+}  // namespace
+
+void json_writer::flush() {
+    std::fwrite(waiting_.data(), 1, waiting_.size(), out_);
+    waiting_.clear();
+}
+
+void json_writer::begin_item(std::string_view key) {
+    if (waiting_.size() >= flush_size)
+        flush();
+    if (!has_items_.empty()) {
+        waiting_ += has_items_.back() ? ",\n" : "\n";
+        has_items_.back() = true;
+        waiting_.append(has_items_.size(), ' ');
+    }
+    if (!key.empty())
+        waiting_.append("\"").append(key).append("\": ");
+}
+
+void json_writer::open(char bracket, std::string_view key) {
+    begin_item(key);
+    waiting_ += bracket;
+    has_items_.push_back(false);
+}
+
+void json_writer::close(char bracket) {
+    const bool had_items = has_items_.back();
+    has_items_.pop_back();
+    if (had_items)
+        waiting_.append("\n").append(has_items_.size(), ' ');
+    waiting_ += bracket;
+    if (!has_items_.empty())
+        return;
+    waiting_ += '\n';
+    flush();
+}
+
+void json_writer::put_number(std::int64_t number) {
+    char text[24];
+    waiting_.append(text, std::to_chars(text, text + sizeof text, number).ptr);
+}
+
+void json_writer::put_string(std::string_view text) {
+    if (is_plain(text)) {
+        waiting_.append("\"").append(text).append("\"");
+        return;
+    }
+    std::string escaped = nlohmann::json(text).dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
+    for (std::size_t at = 0; (at = escaped.find('\x7F', at)) != std::string::npos;)
+        escaped.replace(at, 1, "\\u007f");
+    waiting_ += escaped;
+}
+
+void json_writer::member(std::string_view key, std::string_view text) {
+    begin_item(key);
+    put_string(text);
+}
+
+void json_writer::null(std::string_view key) {
+    begin_item(key);
+    waiting_ += "null";
+}
+
+void json_writer::hex(std::string_view key, const unsigned char* bytes, std::size_t size) {
+    begin_item(key);
+    waiting_.append("\"").append(hex_digits({reinterpret_cast<const char*>(bytes), size})).append("\"");
+}
+
+void json_writer::name(std::string_view key, std::string_view name) {
+    member(key, name);
+    if (!is_plain(name) && !is_utf8(name))
+        hex(std::string(key) + "_hex", reinterpret_cast<const unsigned char*>(name.data()), name.size());
+}

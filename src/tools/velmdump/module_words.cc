@@ -1,0 +1,72 @@
+#include "tools/velmdump/module_words.h"
+
+#include <cstdio>
+
+#include "format/module_format.h"
+#include "format/reloc_types.h"
+#include "tools/common/text_forms.h"
+
+std::string brief(std::string_view name, std::size_t most) {
+    if (name.size() <= most)
+        return printable(name);
+    return printable(name.substr(0, most)) + "... (" + counted(name.size(), "byte") + ")";
+}
+
+std::string flag_words(std::uint16_t flags) {
+    static const char* const types[] = {"code", "data", "uninitialised", "initialisation table"};
+    const unsigned type = flags & velm_scn_type_mask;
+    std::string words = type < 4 ? types[type] : "type " + std::to_string(type);
+    if ((flags & velm_scn_relocated) != 0)
+        words += ", relocated";
+    if ((flags & velm_scn_has_data) != 0)
+        words += ", contents";
+    if ((flags & velm_scn_align_mask) != 0)
+        words += ", aligned to 2^" + std::to_string((flags & velm_scn_align_mask) >> 8);
+    return words;
+}
+
+std::string type_words(std::uint16_t type) {
+    const char* name = reloc_type_name(type);
+    return name ? name : "type " + std::to_string(type);
+}
+
+std::string section_label(const velm_module& module, int number) {
+    if (number > 0 && static_cast<std::size_t>(number) <= module.sections.size())
+        return brief(module.name(module.sections[static_cast<std::size_t>(number) - 1]));
+    return number == 0 ? "undefined" : number == -1 ? "absolute" : "section " + std::to_string(number);
+}
+
+std::string symbol_label(const velm_module& module, std::uint32_t index, index_words indices) {
+    if (index >= module.symbols.size())
+        return "symbol " + std::to_string(index);
+    const velm_symbol_record& symbol = module.symbols[index];
+    if (velm_module::is_named(symbol))
+        return brief(module.name(symbol));
+    char text[64];
+    std::snprintf(text, sizeof text, "0x%08X in ", symbol.value);
+    const std::string own = indices == index_words::with ? "symbol " + std::to_string(index) + " at " : "";
+    return own + text + section_label(module, symbol.section);
+}
+
+std::string reloc_operand_words(const velm_module& module, const reloc_record& rec, index_words indices) {
+    char text[80] = "";
+    if (is_field_reloc(rec.r_type)) {
+        std::snprintf(text, sizeof text, "%u bits at bit %u of %u", rec.r_field.r_fieldsz, rec.r_field.r_offset,
+                      rec.r_field.r_wordsz);
+        return text;
+    }
+    std::string words;
+    if (is_constant_reloc(rec.r_type)) {
+        std::snprintf(text, sizeof text, "constant 0x%08X", rec.r_symndx);
+        words = text;
+    } else if (is_sym_reloc(rec.r_type, rec.r_symndx)) {
+        words = symbol_label(module, rec.r_symndx, indices);
+    } else if (rec.r_symndx != no_symbol) {
+        std::snprintf(text, sizeof text, "word 0x%08X", rec.r_symndx);
+        words = text;
+    }
+    if (rec.r_disp == 0)
+        return words;
+    std::snprintf(text, sizeof text, "%sdisplacement 0x%04X", words.empty() ? "" : ", ", rec.r_disp);
+    return words + text;
+}

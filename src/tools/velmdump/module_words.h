@@ -1,0 +1,35 @@
+// How velmdump writes what stands in a module.
+#ifndef MODFORGE_TOOLS_VELMDUMP_MODULE_WORDS_H
+#define MODFORGE_TOOLS_VELMDUMP_MODULE_WORDS_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "tools/velmdump/velm_module.h"
+
+/// The name in printable form; one of more than `most` bytes is cut, and its length said: thousands of symbols may share
+/// the longest name that the string table can hold.
+std::string brief(std::string_view name, std::size_t most = 255);
+
+/// The section's flags in words: "code", "relocated", "contents", "aligned to 2^n".
+std::string flag_words(std::uint16_t flags);
+
+/// "R_RELLONG", or "type 22" for a type without a name.
+std::string type_words(std::uint16_t type);
+
+/// The section's name, or "undefined", "absolute", "section -2" for a number that is none.
+std::string section_label(const velm_module& module, int number);
+
+/// Whether nameless symbols are told with their index, which changes from module to module.
+enum class index_words { with, without };
+
+/// The symbol's name; for a nameless one its index, value and section.
+std::string symbol_label(const velm_module& module, std::uint32_t index, index_words indices = index_words::with);
+
+/// What the relocation's words say beside its place and type: "_printf, displacement 0x0004"; "5 bits at bit 3 of 16"
+/// for a field that the record describes; "constant 0x00000001". Empty when they say nothing.
+std::string reloc_operand_words(const velm_module& module, const reloc_record& rec,
+                                index_words indices = index_words::with);
+
+#endif
