@@ -6,105 +6,14 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
 
-#include "format/reloc_types.h"
 #include "tools/common/text_forms.h"
 #include "tools/velmdump/diff_names.h"
 #include "tools/velmdump/module_words.h"
+#include "tools/velmdump/section_cursors.h"
 #include "tools/velmdump/string_checks.h"
 
 namespace {
-
-/// The bytes of a section, packet after packet.
-class content_cursor {
-public:
-    content_cursor(const velm_module& module, const section_place& section)
-        : module_(module), packet_(module.packets(section).begin()) {
-        settle();
-    }
-
-    /// The bytes at hand; empty at the end of the section.
-    [[nodiscard]] std::string_view bytes() const { return bytes_; }
-    void skip(std::size_t count) {
-        bytes_.remove_prefix(count);
-        if (bytes_.empty()) {
-            ++packet_;
-            settle();
-        }
-    }
-
-private:
-    void settle() {
-        while (packet_ != std::default_sentinel && packet_->header.data_size == 0)
-            ++packet_;
-        if (packet_ != std::default_sentinel)
-            bytes_ = {reinterpret_cast<const char*>(&module_.raw.bytes[packet_->data()]), packet_->header.data_size};
-    }
-
-    const velm_module& module_;
-    packet_range::iterator packet_;
-    std::string_view bytes_;
-};
-
-/// The relocations of a section, with places in the section.
-class reloc_cursor {
-public:
-    reloc_cursor(const velm_module& module, const section_place& section, const std::vector<std::uint32_t>& numbers)
-        : module_(module), section_(section), numbers_(numbers), packet_(module.packets(section).begin()) {
-        settle();
-    }
-
-    [[nodiscard]] bool at_end() const { return packet_ == std::default_sentinel; }
-    [[nodiscard]] const reloc_record& record() const { return record_; }
-    /// Address units from the start of the section.
-    [[nodiscard]] std::int64_t place() const {
-        return start_ / (section_.width / 8) + static_cast<std::int32_t>(record_.r_vaddr);
-    }
-    void next() {
-        ++index_;
-        settle();
-    }
-    [[nodiscard]] bool same_as(const reloc_cursor& other) const {
-        return place() == other.place() && record_.r_type == other.record_.r_type &&
-               record_.r_disp == other.record_.r_disp && refers() == other.refers() && word() == other.word();
-    }
-    /// "R_RELLONG, _printf, displacement 0x0004".
-    [[nodiscard]] std::string words() const {
-        std::string text = type_words(record_.r_type);
-        if (const std::string more = reloc_operand_words(module_, record_, index_words::without); !more.empty())
-            text += ", " + more;
-        return text;
-    }
-
-private:
-    [[nodiscard]] bool refers() const { return is_sym_reloc(record_.r_type, record_.r_symndx); }
-    /// What the symbol word means: a symbol of either module, or the word itself.
-    [[nodiscard]] std::uint32_t word() const {
-        if (refers() && record_.r_symndx < numbers_.size())
-            return numbers_[record_.r_symndx];
-        std::uint32_t word = 0;
-        std::memcpy(&word, &record_.r_symndx, sizeof word);
-        return word;
-    }
-    void settle() {
-        while (packet_ != std::default_sentinel && index_ == packet_->header.nreloc) {
-            start_ += packet_->header.data_size;
-            ++packet_;
-            index_ = 0;
-        }
-        if (packet_ != std::default_sentinel)
-            record_ = module_.reloc(*packet_, index_);
-    }
-
-    const velm_module& module_;
-    const section_place& section_;
-    const std::vector<std::uint32_t>& numbers_;
-    packet_range::iterator packet_;
-    std::int64_t start_ = 0;  ///< of the packet, bytes
-    std::uint32_t index_ = 0;
-    reloc_record record_{};
-};
 
 class module_diff {
 public:

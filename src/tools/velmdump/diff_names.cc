@@ -18,6 +18,7 @@ std::vector<named_records> by_name(const velm_module& module, const std::vector<
             by_offset[name_offsets[i]].push_back(i);
     }
     std::vector<named_records> result;
+    result.reserve(by_offset.size());
     for (auto& [offset, indices] : by_offset)
         result.push_back({module.string(offset), std::move(indices)});
     std::sort(result.begin(), result.end(),
@@ -29,6 +30,7 @@ std::vector<std::uint32_t> symbol_numbers::of(const velm_module& module) {
     constexpr std::uint64_t named = std::uint64_t{1} << 32;
     constexpr std::uint64_t in_section = std::uint64_t{2} << 32;
     std::vector<std::uint32_t> result;
+    result.reserve(module.symbols.size());
     for (const velm_symbol_record& symbol : module.symbols) {
         identity own{static_cast<std::uint16_t>(symbol.section), symbol.value};
         if (velm_module::is_named(symbol))

@@ -1,0 +1,75 @@
+#include "tools/velmdump/section_cursors.h"
+
+#include <cstring>
+#include <iterator>
+
+#include "format/reloc_types.h"
+#include "tools/velmdump/module_words.h"
+
+content_cursor::content_cursor(const velm_module& module, const section_place& section)
+    : module_(module), packet_(module.packets(section).begin()) {
+    settle();
+}
+
+void content_cursor::skip(std::size_t count) {
+    bytes_.remove_prefix(count);
+    if (bytes_.empty()) {
+        ++packet_;
+        settle();
+    }
+}
+
+void content_cursor::settle() {
+    while (packet_ != std::default_sentinel && packet_->header.data_size == 0)
+        ++packet_;
+    if (packet_ != std::default_sentinel)
+        bytes_ = {reinterpret_cast<const char*>(&module_.raw.bytes[packet_->data()]), packet_->header.data_size};
+}
+
+reloc_cursor::reloc_cursor(const velm_module& module, const section_place& section,
+                           const std::vector<std::uint32_t>& numbers)
+    : module_(module), section_(section), numbers_(numbers), packet_(module.packets(section).begin()) {
+    settle();
+}
+
+std::int64_t reloc_cursor::place() const {
+    return start_ / (section_.width / 8) + static_cast<std::int32_t>(record_.r_vaddr);
+}
+
+void reloc_cursor::next() {
+    ++index_;
+    settle();
+}
+
+bool reloc_cursor::same_as(const reloc_cursor& other) const {
+    return place() == other.place() && record_.r_type == other.record_.r_type &&
+           record_.r_disp == other.record_.r_disp && refers() == other.refers() && word() == other.word();
+}
+
+std::string reloc_cursor::words() const {
+    const std::string more = reloc_operand_words(module_, record_, index_words::without);
+    return type_words(record_.r_type) + (more.empty() ? "" : ", ") + more;
+}
+
+bool reloc_cursor::refers() const {
+    return is_sym_reloc(record_.r_type, record_.r_symndx);
+}
+
+/// What the symbol word means: a symbol of either module, or the word itself.
+std::uint32_t reloc_cursor::word() const {
+    if (refers() && record_.r_symndx < numbers_.size())
+        return numbers_[record_.r_symndx];
+    std::uint32_t word = 0;
+    std::memcpy(&word, &record_.r_symndx, sizeof word);
+    return word;
+}
+
+void reloc_cursor::settle() {
+    while (packet_ != std::default_sentinel && index_ == packet_->header.nreloc) {
+        start_ += packet_->header.data_size;
+        ++packet_;
+        index_ = 0;
+    }
+    if (packet_ != std::default_sentinel)
+        record_ = module_.reloc(*packet_, index_);
+}
