@@ -34,7 +34,7 @@ class page {
 public:
     page(const std::vector<module_file>& files, std::FILE* out) : files_(files), out_(out) {
         for (const module_file& file : files)
-            for (const std::string& name : exported_names(file.module))
+            for (const std::string_view name : exported_names(file.module))
                 offered_.insert(name);
     }
 
@@ -83,7 +83,7 @@ private:
     void overview_row(const module_file& file, const std::string& id) {
         const velm_module& module = file.module;
         const size_shares shares = sizes_of(module);
-        const std::vector<std::string> imports = imported_names(module);
+        const std::vector<std::string_view> imports = imported_names(module);
         put("<tr>");
         cell("<a href=\"#" + id + "\">" + markup(drawn_file_name(file.path)) + "</a>");
         cell(verdict_markup(file));
@@ -92,9 +92,8 @@ private:
                                           std::uint64_t{exported_names(module).size()}, std::uint64_t{imports.size()}})
             number(value);
         if (files_.size() > 1)
-            number(static_cast<std::uint64_t>(
-                std::count_if(imports.begin(), imports.end(),
-                              [this](const std::string& name) { return offered_.count(name) != 0; })));
+            number(static_cast<std::uint64_t>(std::count_if(
+                imports.begin(), imports.end(), [this](std::string_view name) { return offered_.contains(name); })));
         put("</tr>\n");
     }
 
@@ -182,7 +181,7 @@ private:
 
     const std::vector<module_file>& files_;
     std::FILE* out_;
-    std::unordered_set<std::string> offered_;
+    std::unordered_set<std::string_view> offered_;
 };
 
 }  // namespace
