@@ -25,11 +25,6 @@ std::string flag_words(std::uint16_t flags) {
     return words;
 }
 
-std::string type_words(std::uint16_t type) {
-    const char* name = reloc_type_name(type);
-    return name ? name : "type " + std::to_string(type);
-}
-
 std::string section_label(const velm_module& module, int number) {
     if (number > 0 && static_cast<std::size_t>(number) <= module.sections.size())
         return brief(module.name(module.sections[static_cast<std::size_t>(number) - 1]));

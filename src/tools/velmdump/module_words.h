@@ -15,9 +15,6 @@ std::string brief(std::string_view name, std::size_t most = 255);
 /// The section's flags in words: "code", "relocated", "contents", "aligned to 2^n".
 std::string flag_words(std::uint16_t flags);
 
-/// "R_RELLONG", or "type 22" for a type without a name.
-std::string type_words(std::uint16_t type);
-
 /// The section's name, or "undefined", "absolute", "section -2" for a number that is none.
 std::string section_label(const velm_module& module, int number);
 

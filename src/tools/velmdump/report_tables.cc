@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "coff/listing_text.h"
 #include "format/reloc_types.h"
 #include "tools/velmdump/drawn_text.h"
 #include "tools/velmdump/module_facts.h"
@@ -84,7 +85,7 @@ private:
     static constexpr std::size_t unknown = ~std::size_t{0};
 
     void add_meaning(const reloc_record& rec) {
-        table_.text(type_words(rec.r_type));
+        table_.text(reloc_type_words(rec.r_type));
         table_.text(field_words(rec));
         if (is_constant_reloc(rec.r_type))
             table_.text("constant " + hex_word(rec.r_symndx));

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "coff/listing_text.h"
 #include "format/reloc_types.h"
 #include "tools/velmdump/module_words.h"
 
@@ -48,7 +49,7 @@ bool reloc_cursor::same_as(const reloc_cursor& other) const {
 
 std::string reloc_cursor::words() const {
     const std::string more = reloc_operand_words(module_, record_, index_words::without);
-    return type_words(record_.r_type) + (more.empty() ? "" : ", ") + more;
+    return reloc_type_words(record_.r_type) + (more.empty() ? "" : ", ") + more;
 }
 
 bool reloc_cursor::refers() const {

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "coff/listing_text.h"
 #include "format/reloc_types.h"
 #include "tools/common/file_input.h"
 #include "tools/common/text_forms.h"
@@ -98,7 +99,7 @@ private:
         if (rec.r_type != type_ || type_and_field_.empty() || is_field_reloc(rec.r_type)) {
             const std::string field = field_words(rec);
             char type[32];
-            std::snprintf(type, sizeof type, "  %-10s", type_words(rec.r_type).c_str());
+            std::snprintf(type, sizeof type, "  %-10s", reloc_type_words(rec.r_type).c_str());
             type_ = rec.r_type;
             type_and_field_ = type + (field.empty() ? "" : "  " + field);
         }
