@@ -7,7 +7,7 @@
 
 /// The types that have a name.
 enum reloc_type : std::uint16_t {
-#define RELOC_TYPE(number, name, size, stop, offset, word, disp) name = number,
+#define RELOC_TYPE(number, name, size, stop, offset, word, disp) name = (number),
 #define RELOC_UNNAMED(number, size, stop, offset, word, disp)
 #include "format/reloc_types.def"
 #undef RELOC_TYPE

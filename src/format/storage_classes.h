@@ -8,7 +8,7 @@
 /// Signed on purpose: a byte from 0x80 on is a negative class.
 enum storage_class : std::int8_t {
     C_NULL = 0,  ///< no class
-#define STORAGE_CLASS(number, name, keeping, linkage) name = number,
+#define STORAGE_CLASS(number, name, keeping, linkage) name = (number),
 #include "format/storage_classes.def"
 #undef STORAGE_CLASS
 };
