@@ -85,6 +85,7 @@ TEST(CoffFile, IsReadAnew) {
         EXPECT_EQ(file.get_section(std::int16_t{2}), nullptr);
         EXPECT_EQ(file.ofh_magic() + file.ofh_tsize() + file.ofh_text_start(), 0);
         EXPECT_EQ(file.symbol_table()->functions().size(), 2U);
+        EXPECT_NE(file.symbol_table()->find_sym(1), nullptr);
     }
     EXPECT_EQ(descriptors.size(), 1U);
 }
@@ -176,6 +177,7 @@ TEST(CoffStrings, AddedOnesShareOffsetsAndGrowTheTableInSteps) {
     EXPECT_STREQ(file.string(6), "rst");
     file.fix_headers();
     EXPECT_EQ(file.add_string("other") + file.add_string("first"), 4U + 10U);
+    EXPECT_STREQ(file.string(4), "other");
 }
 
 TEST(CoffStrings, NamesThatWereReadSurviveAGrowingTable) {
