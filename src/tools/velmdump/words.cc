@@ -28,9 +28,8 @@ std::string hex_number(std::uint64_t number) {
 
 std::string time_words(std::uint32_t seconds) {
     const auto time = static_cast<std::time_t>(seconds);
-    std::tm parts{};
     char text[40] = "";
-    if (gmtime_r(&time, &parts))
-        std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &parts);
+    if (const std::tm* parts = std::gmtime(&time))
+        std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", parts);
     return text;
 }
