@@ -120,7 +120,13 @@ std::string drawn_name(std::string_view name, std::size_t most) {
 }
 
 std::string drawn_file_name(const std::string& path) {
-    return path == "-" ? "standard input" : drawn_name(std::string_view(path).substr(path.rfind('/') + 1));
+#ifdef _WIN32
+    constexpr const char* separators = "/\\";
+#else
+    constexpr const char* separators = "/";
+#endif
+    return path == "-" ? "standard input"
+                       : drawn_name(std::string_view(path).substr(path.find_last_of(separators) + 1));
 }
 
 std::size_t cells(std::string_view text) {
