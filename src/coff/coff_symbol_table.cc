@@ -92,6 +92,7 @@ void COFF_SYMBOL_TABLE::read(COFF_FILE* file) {
         if (name_is_offset(symbol.n_name))
             file->long_name(name_offset(symbol.n_name));  // ends the run if there is no such name
     }
+    read_.strings = file->strtab_bytes().data();
     next_index_ += read_.entries;
 }
 
@@ -110,10 +111,6 @@ void COFF_SYMBOL_TABLE::make_symbols() {
         symbols_.append(symbol);
     });
     list_functions();
-}
-
-const char* symbol_view::long_name() const {
-    return file_->long_name(name_offset(entry_.n_name));
 }
 
 /// One pass forward, which remembers the source file it is in, gives what find_source_file() would for every function.

@@ -84,7 +84,7 @@ public:
     /// needs no more spares the making of the objects, which is done when one of them is first asked for.
     template <typename VISIT> void visit_read(VISIT visit) const {
         for (std::uint32_t k = 0; k < read_.entries;) {
-            const symbol_view symbol(read_.symbol(k), read_.first_index + k, file_);
+            const symbol_view symbol(read_.symbol(k), read_.first_index + k, read_.strings);
             visit(symbol);
             k += symbol.has_aux() ? 2 : 1;
         }
@@ -101,6 +101,7 @@ private:
         std::unique_ptr<unsigned char[]> bytes;
         std::uint32_t entries = 0;      ///< the last auxiliary entry included, even if the file's count leaves it out
         std::uint32_t first_index = 0;  ///< the index of the first entry
+        const char* strings = nullptr;  ///< the string table that was read with it, its file's
         bool swapped = false;           ///< the auxiliary entries still have to be
 
         unsigned char* entry(std::size_t index) const { return bytes.get() + index * aux_size; }

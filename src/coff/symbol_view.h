@@ -7,19 +7,19 @@
 
 #include "format/coff_records.h"
 
-class COFF_FILE;
-
 /// The answers are those of the COFF_SYMBOL that would be made of the entry.
 class symbol_view {
 public:
-    /// `entry` is in host order; `file` and its string table must outlive the view.
-    symbol_view(const syment& entry, std::uint32_t index, COFF_FILE* file)
-        : entry_(entry), file_(file), coff_index_(index) {
+    /// `entry` is in host order; `strings`, which it may have its name in, must outlive the view.
+    symbol_view(const syment& entry, std::uint32_t index, const char* strings) : entry_(entry), coff_index_(index) {
         std::memcpy(short_name_, entry.n_name, sizeof entry.n_name);
+        short_name_[sizeof entry.n_name] = '\0';
+        if (name_is_offset(entry.n_name) && name_offset(entry.n_name) != 0)
+            long_name_ = strings + name_offset(entry.n_name);
     }
 
     /// Lives as long as the view.
-    const char* name() const { return name_is_offset(entry_.n_name) ? long_name() : short_name_; }
+    const char* name() const { return long_name_ ? long_name_ : short_name_; }
     std::uint32_t coff_index() const { return coff_index_; }
     std::int32_t value() const { return entry_.n_value; }
     std::int16_t scnum() const { return entry_.n_scnum; }
@@ -27,11 +27,9 @@ public:
     bool has_aux() const { return entry_.n_numaux > 0; }
 
 private:
-    const char* long_name() const;
-
     syment entry_;
-    char short_name_[sizeof syment::n_name + 1] = {};
-    COFF_FILE* file_;
+    char short_name_[sizeof syment::n_name + 1];  ///< empty if there is a long one
+    const char* long_name_ = nullptr;
     std::uint32_t coff_index_;
 };
 

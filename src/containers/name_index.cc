@@ -1,10 +1,8 @@
 #include "containers/name_index.h"
 
+#include <algorithm>
+#include <bit>
 #include <functional>
-
-namespace {
-constexpr std::size_t first_size = 64;
-}
 
 std::uint32_t name_index::hash_of(std::string_view name) {
     const std::size_t hash = std::hash<std::string_view>{}(name);
@@ -12,20 +10,29 @@ std::uint32_t name_index::hash_of(std::string_view name) {
 }
 
 void name_index::clear() {
-    slots_ = {};
+    tags_ = {};
+    slots_.reset();
     used_ = 0;
 }
 
-void name_index::grow() {
-    std::vector<slot> old(slots_.empty() ? first_size : slots_.size() * 2);
-    old.swap(slots_);
-    const std::size_t mask = slots_.size() - 1;
-    for (const slot& s : old) {
-        if (s.number == none)
+void name_index::reserve(std::size_t count) {
+    const std::size_t size = std::bit_ceil(std::max(count / 3 * 4 + 4, first_size));
+    if (size > tags_.size())
+        resize(size);
+}
+
+void name_index::resize(std::size_t size) {
+    std::vector<std::uint16_t> tags(size, free_tag);
+    auto slots = std::make_unique_for_overwrite<slot[]>(size);
+    for (std::size_t k = 0; k < tags_.size(); ++k) {
+        if (tags_[k] == free_tag)
             continue;
-        std::size_t i = s.hash & mask;
-        while (slots_[i].number != none)
-            i = (i + 1) & mask;
-        slots_[i] = s;
+        std::size_t i = slots_[k].hash & (size - 1);
+        while (tags[i] != free_tag)
+            i = (i + 1) & (size - 1);
+        tags[i] = tags_[k];
+        slots[i] = slots_[k];
     }
+    tags_.swap(tags);
+    slots_.swap(slots);
 }

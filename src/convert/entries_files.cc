@@ -102,6 +102,32 @@ void read_entries_file(const char* name) {
         error_exit("ERROR: Unable to read entries file %s\n", name);
 }
 
+/// The answer of `ask`, which is asked once for every place.
+template <typename ASK> bool remembered(std::vector<std::uint8_t>& answers, std::size_t place, ASK ask) {
+    enum : std::uint8_t { not_asked, no, yes };
+    if (place >= answers.size())
+        answers.resize(std::max(place + 1, answers.size() * 2), not_asked);
+    if (answers[place] == not_asked)
+        answers[place] = ask() ? yes : no;
+    return answers[place] == yes;
+}
+
+/// Whether some entry exports the symbol; marks the one that says so.
+bool names_symbol(const symbol_view& sym) {
+    // Entries have at most 255 characters: what lies behind them in a name, however long, is never looked at.
+    const std::string_view name(sym.name(), strnlen(sym.name(), max_entry_length + 1));
+    entries_file_sym* entry = name.size() <= max_entry_length ? entries_lookup.find(entries_lookup.symbols, name) : nullptr;
+    if (!entry)
+        entry = entries_lookup.find_prefix(name);
+    if (entry) {
+        entry->found = 1;
+        return true;
+    }
+    COFF_SECTION* const scn = sym.scnum() > 0 ? coff_file.get_section(sym.scnum()) : nullptr;
+    return scn && remembered(entries_lookup.section_answers, static_cast<std::size_t>(sym.scnum()),
+                             [&] { return is_exported_symbols_section(scn->name()); });
+}
+
 /// Whether the entry is one to warn of.
 bool is_missing(const entries_file_sym* entry) {
     return !entry->optional && !entry->found;
@@ -170,22 +196,7 @@ entries_file_sym* find_matching_entry(const char* name, entries_file_sym** table
 bool is_entries_symbol(const symbol_view& sym) {
     if (entries_files_list.size() == 0)
         return true;
-    // Entries have at most 255 characters: what lies behind them in a name, however long, is never looked at.
-    const std::string_view name(sym.name(), strnlen(sym.name(), max_entry_length + 1));
-    if (name.size() <= max_entry_length) {
-        if (entries_file_sym* entry = find_matching_entry(sym.name(), entry_sym_table)) {
-            entry->found = 1;
-            return true;
-        }
-    }
-    if (entries_file_sym* entry = entries_lookup.find_prefix(name)) {
-        entry->found = 1;
-        return true;
-    }
-    if (sym.scnum() <= 0)
-        return false;
-    COFF_SECTION* scn = coff_file.get_section(sym.scnum());
-    return scn && is_exported_symbols_section(scn->name());
+    return remembered(entries_lookup.symbol_answers, sym.coff_index(), [&] { return names_symbol(sym); });
 }
 
 bool is_exported_symbols_section(const char* name) {

@@ -45,7 +45,7 @@ public:
     void add(name_index& index, entries_file_sym* record);
 
     /// The first prefix, in the order of addition, that `name` begins with, or null.
-    entries_file_sym* find_prefix(std::string_view name) const;
+    entries_file_sym* find_prefix(std::string_view name);
 
     /// Makes find_prefix() find `record`, unless an earlier one has its text.
     void add_prefix(entries_file_sym* record);
@@ -54,14 +54,27 @@ public:
     name_index excluded;         ///< of entry_section_table
     name_index export_sections;  ///< of entries_symbols_section_list
 
+    /// What was answered before, by COFF symbol index and by section number: up to three stages ask for every symbol.
+    std::vector<std::uint8_t> symbol_answers;
+    std::vector<std::uint8_t> section_answers;
+
 private:
     std::string_view name_of(std::uint32_t number) const;
     std::uint32_t number_in(const name_index& index, std::string_view name) const;
 
+    /// A prefix, in the order of the texts; one that begins with another one stands somewhere behind it.
+    struct prefix {
+        std::string_view text;
+        std::uint32_t first;   ///< the least number among it and all that it begins with
+        std::uint32_t parent;  ///< place of the longest one that it begins with, or name_index::none
+    };
+
+    void sort_prefixes();
+
     record_pool<entries_file_sym> pool_;
     std::vector<entries_file_sym*> records_;  ///< what the numbers in the indices stand for
-    name_index prefixes_;
-    std::vector<std::uint32_t> prefix_lengths_;  ///< each once
+    std::vector<prefix> prefixes_;
+    bool prefixes_sorted_ = true;
 };
 
 extern entries_file_sym* entry_sym_table[entries_buckets];      ///< symbol names

@@ -1,6 +1,7 @@
 // The quick way to the entries: a thousand prefixes must not be tried on sixty thousand symbols one by one.
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "convert/entries_files.h"
 
@@ -15,9 +16,10 @@ entries_file_sym* entries_index::make(std::string_view name, bool optional) {
 }
 
 void entries_index::clear() {
-    for (name_index* index : {&symbols, &excluded, &export_sections, &prefixes_})
+    for (name_index* index : {&symbols, &excluded, &export_sections})
         index->clear();
-    prefix_lengths_.clear();
+    symbol_answers = section_answers = {};
+    prefixes_ = {};
     records_.clear();
     pool_.clear();
 }
@@ -42,19 +44,35 @@ void entries_index::add(name_index& index, entries_file_sym* record) {
                       [this](std::uint32_t known, std::string_view text) { return name_of(known) == text; });
 }
 
-entries_file_sym* entries_index::find_prefix(std::string_view name) const {
-    // The numbers grow in the order of addition, so the least one is the first in the list.
-    std::uint32_t first = name_index::none;
-    for (const std::uint32_t length : prefix_lengths_) {
-        if (length <= name.size())
-            first = std::min(first, number_in(prefixes_, name.substr(0, length)));
-    }
-    return first == name_index::none ? nullptr : records_[first];
+void entries_index::add_prefix(entries_file_sym* record) {
+    const auto number = static_cast<std::uint32_t>(records_.size());
+    records_.push_back(record);
+    prefixes_.push_back({name_of(number), number, name_index::none});
+    prefixes_sorted_ = false;
 }
 
-void entries_index::add_prefix(entries_file_sym* record) {
-    // Tokens have at most 255 characters, so there are few lengths.
-    if (std::find(prefix_lengths_.begin(), prefix_lengths_.end(), record->length) == prefix_lengths_.end())
-        prefix_lengths_.push_back(record->length);
-    add(prefixes_, record);
+void entries_index::sort_prefixes() {
+    prefixes_sorted_ = true;
+    std::ranges::sort(prefixes_, {}, [](const prefix& p) { return std::pair(p.text, p.first); });
+    std::uint32_t last = name_index::none;  // whose chain of parents holds all that the next one can begin with
+    for (std::uint32_t i = 0; i < prefixes_.size(); ++i) {
+        prefix& p = prefixes_[i];
+        while (last != name_index::none && !p.text.starts_with(prefixes_[last].text))
+            last = prefixes_[last].parent;
+        p.parent = last;
+        if (last != name_index::none)
+            p.first = std::min(p.first, prefixes_[last].first);
+        last = i;
+    }
+}
+
+entries_file_sym* entries_index::find_prefix(std::string_view name) {
+    if (!prefixes_sorted_)
+        sort_prefixes();
+    // What lies between a prefix of `name` and `name` begins with that prefix: so it is a parent of the last one there.
+    const auto behind = std::ranges::upper_bound(prefixes_, name, {}, &prefix::text);
+    auto i = static_cast<std::uint32_t>(behind - prefixes_.begin()) - 1;  // none if there is no one
+    while (i != name_index::none && !name.starts_with(prefixes_[i].text))
+        i = prefixes_[i].parent;
+    return i == name_index::none ? nullptr : records_[prefixes_[i].first];
 }

@@ -5,6 +5,7 @@
 // serves relocations only.
 #include "convert/symbols.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "coff/coff_section.h"
@@ -21,8 +22,13 @@
 
 namespace {
 
+/// How many symbols the first look kept. The module has about as many: the tables are made that large at once, since each
+/// growth touches fresh memory.
+std::size_t symbols_expected;
+
 bool is_entry_point(const symbol_view& sym) {
-    return std::strcmp(sym.name(), "__DLStart") == 0;
+    const char* const name = sym.name();
+    return name[0] == '_' && name[1] == '_' && std::strcmp(name, "__DLStart") == 0;
 }
 
 /// `scnum`, above 0, as an index into the tables by section number. One above the section count ends the run.
@@ -58,8 +64,12 @@ void mark_referenced_sections() {
     // On purpose this counter takes no notice of auxiliary entries, unlike the COFF index in init_symbol_table: behind
     // each of them it lags one more. Which sections count as referenced depends on it.
     std::uint32_t counter = 0;
+    symbols_expected = 0;
     coff_file.symbol_table()->visit_read([&counter](const symbol_view& sym) {
-        if (keep_symbol(sym, counter++) && sym.scnum() > 0)
+        if (!keep_symbol(sym, counter++))
+            return;
+        ++symbols_expected;
+        if (sym.scnum() > 0)
             scn_refd[checked_section(sym.scnum())] = 1;
     });
 }
@@ -77,6 +87,15 @@ std::int16_t module_section(const symbol_view& sym) {
     if (sym.scnum() <= 0)
         return sym.scnum();
     return static_cast<std::int16_t>(c2v_scn_xtbl[checked_section(sym.scnum())]);
+}
+
+void make_room_for_symbols() {
+    {
+        const allocation_scope scope("ERROR: Unable to allocate storage for a VELM symbol\n");
+        velm_file.symbols.reserve(std::min(symbols_expected, std::size_t{UINT16_MAX}));
+    }
+    const allocation_scope scope("ERROR: Unable to allocate string table entry\n");
+    velm_file.string_offsets.reserve(velm_file.nscns + std::min(symbols_expected, std::size_t{UINT16_MAX}));
 }
 
 /// Adds the symbol to the module and gives its index there.
@@ -134,6 +153,7 @@ void init_symbol_table() {
         const allocation_scope scope("ERROR: Unable to allocate storage for sym xlation table\n");
         c2v_symbol_xtbl.assign(table->n_syms(), no_velm_symbol);
     }
+    make_room_for_symbols();
     table->visit_read([](const symbol_view& sym) {
         if (is_entry_point(sym))
             process_entry_pt(sym);

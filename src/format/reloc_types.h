@@ -5,6 +5,8 @@
 #include <array>
 #include <cstdint>
 
+#include "format/reloc_record.h"
+
 /// The types that have a name.
 enum reloc_type : std::uint16_t {
 #define RELOC_TYPE(number, name, size, stop, offset, word, disp) name = (number),
@@ -60,6 +62,14 @@ inline int reloc_size(int type) {
 inline int reloc_stop(int type, int size) {
     const int stop = reloc_facts(type).stop;
     return stop != 0 ? stop : (size + 7) / 8 * 8;
+}
+
+/// Whole bytes of the container of `record`, from its address on.
+inline int container_bytes(const reloc_record& record) {
+    const reloc_type_facts& facts = reloc_facts(record.r_type);
+    if (facts.word == reloc_word::field)
+        return record.r_field.r_wordsz >> 3;
+    return facts.stop != 0 ? facts.stop >> 3 : (facts.size + 7) >> 3;
 }
 
 /// Bit offset of the field inside its container, 0 for types without one.

@@ -3,6 +3,7 @@
 // The file is opened in place, never renamed or removed: it may be a device, a pipe or a link.
 #include "output/velm_writer.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -81,18 +82,20 @@ char* put_hex(char* text, std::uint32_t word) {
 /// Writes words as text, each but the first of the whole file behind ",\n".
 void write_text(const char* bytes, std::size_t size, std::FILE* stream) {
     static bool first_word = true;
-    for (std::size_t at = 0; at + 4 <= size; at += 4) {
+    for (std::size_t words = size / 4; words > 0;) {
         if (sizeof staged.bytes - staged.used < most_text)
             flush_staged(stream);
-        std::uint32_t word;
-        std::memcpy(&word, bytes + at, 4);
+        const std::size_t fitting = std::min(words, (sizeof staged.bytes - staged.used) / most_text);
         char* text = staged.bytes + staged.used;
-        std::memcpy(text, ",\n0x", 4);
-        if (first_word)
-            std::memcpy(text, "0x", 2);
-        text += first_word ? 2 : 4;
-        first_word = false;
-        staged.used = static_cast<std::size_t>(put_hex(text, word) - staged.bytes);
+        for (std::size_t k = 0; k < fitting; ++k, bytes += 4) {
+            std::uint32_t word;
+            std::memcpy(&word, bytes, sizeof word);
+            std::memcpy(text, first_word ? "0x??" : ",\n0x", 4);  // digits go over what is too much
+            text = put_hex(text + (first_word ? 2 : 4), word);
+            first_word = false;
+        }
+        staged.used = static_cast<std::size_t>(text - staged.bytes);
+        words -= fitting;
     }
 }
 

@@ -5,9 +5,12 @@
 #include <cstdint>
 
 #include "convert/velm_file.h"
+#include "format/address_units.h"
 
 /// The address of an untranslated record, in bytes.
-std::int32_t get_reloc_addr(const reloc_record* rec, int width);
+inline std::int32_t get_reloc_addr(const reloc_record* rec, int width) {
+    return AUtobyte(static_cast<std::int32_t>(rec->r_vaddr), width);
+}
 
 /// Translates one record in place: its address becomes `offset_in_packet` (bytes), in address units of `width` bits;
 /// its COFF symbol becomes the module's. A symbol that is not in the module ends the run.
