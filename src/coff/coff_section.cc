@@ -18,9 +18,7 @@ constexpr std::uint64_t largest_size = std::numeric_limits<std::int32_t>::max();
 
 }  // namespace
 
-COFF_SECTION::COFF_SECTION() {
-    relocs_.set_cmp_func(reloc_cmp);
-}
+COFF_SECTION::COFF_SECTION() = default;
 
 COFF_SECTION::COFF_SECTION(COFF_FILE* file) : COFF_SECTION() {
     file_ = file;

@@ -208,6 +208,13 @@ public:
 private:
     friend class COFF_FILE;
 
+    /// What most sections of most runs never need.
+    struct reloc_list {
+        SLIST nodes;  ///< of `listed` read_relocs_, and of all that were added
+        std::uint32_t listed = 0;
+        record_pool<reloc> added;
+    };
+
     void decode_relocs(std::uint32_t count);
     SLIST& relocs() const;
     void move_lnnos(std::uint32_t pointer);
@@ -228,7 +235,6 @@ private:
     std::unique_ptr<unsigned char[]> raw_data_;
     scnhdr header_{};
     std::uint32_t cursor_ = 0;  ///< bytes from the start of the contents
-    mutable SLIST relocs_;      ///< holds listed_relocs_ of read_relocs_, and all that were added; see relocs()
     std::unique_ptr<lineno_slot[]> lnnos_;
     bool written_ = false;
     std::uint16_t scnum_ = 0;
@@ -238,9 +244,8 @@ private:
     std::string own_name_;
     std::unique_ptr<reloc[]> read_relocs_;
     std::uint32_t nread_relocs_ = 0;
-    mutable std::uint32_t listed_relocs_ = 0;
-    record_pool<reloc> reloc_pool_;  ///< those that were added
-    std::uint32_t raw_size_ = 0;     ///< bytes of raw_data_, which a later change of width or flags does not change
+    mutable std::unique_ptr<reloc_list> reloc_list_;  ///< null until it is asked for; see relocs()
+    std::uint32_t raw_size_ = 0;  ///< bytes of raw_data_, which a later change of width or flags does not change
 };
 
 #endif

@@ -24,9 +24,13 @@ int COFF_SECTION::reloc_cmp(const void* a, const void* b) {
 
 /// The list, made of what was read when it is first asked for.
 SLIST& COFF_SECTION::relocs() const {
-    while (listed_relocs_ < nread_relocs_)
-        relocs_.append(&read_relocs_[listed_relocs_++]);
-    return relocs_;
+    if (!reloc_list_) {
+        reloc_list_ = std::make_unique<reloc_list>();
+        reloc_list_->nodes.set_cmp_func(reloc_cmp);
+    }
+    while (reloc_list_->listed < nread_relocs_)
+        reloc_list_->nodes.append(&read_relocs_[reloc_list_->listed++]);
+    return reloc_list_->nodes;
 }
 
 std::unique_ptr<reloc[]> COFF_SECTION::take_relocs() {
@@ -36,18 +40,20 @@ std::unique_ptr<reloc[]> COFF_SECTION::take_relocs() {
 }
 
 void COFF_SECTION::add_reloc(const reloc* entry) {
-    reloc* const record = reloc_pool_.make();
+    SLIST& list = relocs();
+    reloc* const record = reloc_list_->added.make();
     *record = *entry;
-    relocs().append(record);
+    list.append(record);
     ++header_.s_nreloc;
 }
 
 SLIST::NODE* COFF_SECTION::find_reloc(std::uint32_t address, std::uint16_t type) {
     reloc key{};
     key.r_vaddr = address;
-    SLIST::NODE* node = relocs().find_first(&key);
+    SLIST& list = relocs();
+    SLIST::NODE* node = list.find_first(&key);
     // An emptied node stops find_first(), although more at this address may stand in front of it.
-    for (SLIST::NODE* other = relocs_.prev(node); other; other = relocs_.prev(other)) {
+    for (SLIST::NODE* other = list.prev(node); other; other = list.prev(other)) {
         if (other->data && static_cast<const reloc*>(other->data)->r_vaddr != address)
             break;
         if (other->data)
@@ -55,7 +61,7 @@ SLIST::NODE* COFF_SECTION::find_reloc(std::uint32_t address, std::uint16_t type)
     }
     if (type == 0)
         return node;
-    for (; node; node = relocs_.next(node)) {
+    for (; node; node = list.next(node)) {
         const auto* entry = static_cast<const reloc*>(node->data);
         if (!entry)
             continue;
@@ -68,10 +74,13 @@ SLIST::NODE* COFF_SECTION::find_reloc(std::uint32_t address, std::uint16_t type)
 }
 
 void COFF_SECTION::clear_relocs() {
-    relocs_.clear();
+    if (reloc_list_) {  // emptied, not dropped: callers may hold it
+        reloc_list_->nodes.clear();
+        reloc_list_->listed = 0;
+        reloc_list_->added.clear();
+    }
     read_relocs_.reset();
-    nread_relocs_ = listed_relocs_ = 0;
-    reloc_pool_.clear();
+    nread_relocs_ = 0;
     header_.s_nreloc = 0;
 }
 
@@ -91,7 +100,8 @@ void COFF_SECTION::delete_symrel_relocs(std::int16_t scnum) {
     if (!file_)
         UMSG.die("COFF_SECTION::delete_symrel_relocs", "%s: the section belongs to no file", name());
     COFF_SYMBOL_TABLE* const table = file_->symbol_table();
-    for (SLIST::NODE* node = relocs().begin(); node; node = relocs_.next(node)) {
+    SLIST& list = relocs();
+    for (SLIST::NODE* node = list.begin(); node; node = list.next(node)) {
         const auto* entry = static_cast<const reloc*>(node->data);
         if (!entry || !follows_symbol(*entry))
             continue;
@@ -101,5 +111,5 @@ void COFF_SECTION::delete_symrel_relocs(std::int16_t scnum) {
         node->set_data(nullptr);
         --header_.s_nreloc;  // a later write compares it with the list
     }
-    relocs_.purge();
+    list.purge();
 }

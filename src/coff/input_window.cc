@@ -12,7 +12,7 @@
 
 namespace {
 
-/// A small file is read whole; of a large one, as much as stands in the neighbourhood of what was asked for.
+/// A small file is read whole; of a large one, what is in the neighbourhood of what was asked for.
 constexpr std::size_t least_read = 4096;
 
 /// The only way that standard C has.
@@ -59,6 +59,8 @@ const unsigned char* input_window::view(std::int64_t position, std::size_t size,
         return bytes_ + (position - begin_);
     if (position < 0 || wanted > length_ - position)
         return nullptr;
+    if (position >= begin_ && position <= end_)
+        ahead = width;  // this goes on where the window ends, and so will the next
     const bool whole = length_ <= static_cast<std::int64_t>(width);
     const std::int64_t begin = whole ? 0 : position;
     const auto count = static_cast<std::int64_t>(whole ? width : std::min(std::max(ahead, least_read), width));

@@ -77,14 +77,9 @@ scn_group group_of(const velm_scnhdr& hdr, COFF_SECTION* scn) {
     return (hdr.flags & (velm_scn_relocated | velm_scn_has_data)) != 0 ? scn_group::loaded : scn_group::other;
 }
 
-velm_scnhdr& new_section_header() {
-    const allocation_scope scope("ERROR: Unable to allocate storage for sectionheader entry\n");
-    return velm_file.sections.emplace_back();
-}
-
 /// Adds the section, which is kept, to the model. `total_contents`: bytes of contents in the module so far.
 void init_sect_hdr(COFF_SECTION* scn, std::uint32_t coff_scnum, std::uint64_t& total_contents) {
-    velm_scnhdr& hdr = new_section_header();
+    velm_scnhdr& hdr = velm_file.sections.emplace_back();
     hdr.coff_name = scn->name();
     hdr.wordsz = scn->wordsz();
     hdr.coff_scnum = coff_scnum;
@@ -106,10 +101,12 @@ void init_sect_hdr(COFF_SECTION* scn, std::uint32_t coff_scnum, std::uint64_t& t
 
 /// From the order of the input to that of the module.
 void order_sections() {
-    std::ranges::sort(velm_file.sections, {}, [](const velm_scnhdr& hdr) {
-        const auto place = static_cast<std::int32_t>(hdr.coff_scnum);
-        return std::pair(hdr.group, hdr.group == scn_group::init_table ? -place : place);
-    });
+    const auto place_of = [](const velm_scnhdr& hdr) {
+        const auto number = static_cast<std::int32_t>(hdr.coff_scnum);
+        return std::pair(hdr.group, hdr.group == scn_group::init_table ? -number : number);
+    };
+    if (!std::ranges::is_sorted(velm_file.sections, {}, place_of))
+        std::ranges::sort(velm_file.sections, {}, place_of);
 }
 
 void number_sections() {
@@ -142,6 +139,10 @@ void init_sect_hdrs() {
     {
         const allocation_scope scope("ERROR: Unable to allocate storage for sect xlation table\n");
         c2v_scn_xtbl.assign(nscns + std::size_t{1}, 0);
+    }
+    {
+        const allocation_scope scope("ERROR: Unable to allocate storage for sectionheader entry\n");
+        velm_file.sections.reserve(nscns);  // room that is not used costs nothing
     }
     std::uint64_t total_contents = 0;
     for (std::uint32_t n = 1; n <= nscns; ++n) {
