@@ -82,16 +82,22 @@ char* put_hex(char* text, std::uint32_t word) {
 /// Writes words as text, each but the first of the whole file behind ",\n".
 void write_text(const char* bytes, std::size_t size, std::FILE* stream) {
     static bool first_word = true;
+    constexpr char before_digits[] = {',', '\n', '0', 'x'};
     for (std::size_t words = size / 4; words > 0;) {
         if (sizeof staged.bytes - staged.used < most_text)
             flush_staged(stream);
         const std::size_t fitting = std::min(words, (sizeof staged.bytes - staged.used) / most_text);
-        char* text = staged.bytes + staged.used;
+        char* const start = staged.bytes + staged.used;
+        char* text = start;
         for (std::size_t k = 0; k < fitting; ++k, bytes += 4) {
             std::uint32_t word;
             std::memcpy(&word, bytes, sizeof word);
-            std::memcpy(text, first_word ? "0x??" : ",\n0x", 4);  // digits go over what is too much
-            text = put_hex(text + (first_word ? 2 : 4), word);
+            std::memcpy(text, before_digits, sizeof before_digits);
+            text = put_hex(text + sizeof before_digits, word);
+        }
+        if (first_word) {
+            text -= 2;
+            std::memmove(start, start + 2, static_cast<std::size_t>(text - start));
             first_word = false;
         }
         staged.used = static_cast<std::size_t>(text - staged.bytes);
