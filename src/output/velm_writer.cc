@@ -74,8 +74,10 @@ char* put_hex(char* text, std::uint32_t word) {
     digits <<= 8 * leading_zeros;
     const std::uint64_t letters = (digits + 0x0606060606060606U) >> 4 & 0x0101010101010101U;
     digits += 0x3030303030303030U + letters * ('a' - '0' - 10);
-    for (int k = 0; k < 8; ++k)
-        text[k] = static_cast<char>(digits >> (56 - 8 * k));
+    if constexpr (std::endian::native == std::endian::little)  // the first digit is the highest byte
+        digits = std::uint64_t{swapped(static_cast<std::uint32_t>(digits))} << 32 |
+                 swapped(static_cast<std::uint32_t>(digits >> 32));
+    std::memcpy(text, &digits, sizeof digits);
     return text + 8 - leading_zeros;
 }
 
