@@ -116,7 +116,8 @@ template <typename ASK> bool remembered(std::vector<std::uint8_t>& answers, std:
 bool names_symbol(const symbol_view& sym) {
     // Entries have at most 255 characters: what lies behind them in a name, however long, is never looked at.
     const std::string_view name(sym.name(), strnlen(sym.name(), max_entry_length + 1));
-    entries_file_sym* entry = name.size() <= max_entry_length ? entries_lookup.find(entries_lookup.symbols, name) : nullptr;
+    entries_file_sym* entry =
+        name.size() <= max_entry_length ? entries_lookup.find(entries_lookup.symbols, name) : nullptr;
     if (!entry)
         entry = entries_lookup.find_prefix(name);
     if (entry) {
