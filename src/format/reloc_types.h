@@ -65,11 +65,11 @@ inline int reloc_stop(int type, int size) {
 }
 
 /// Whole bytes of the container of `record`, from its address on.
-inline int container_bytes(const reloc_record& record) {
+inline std::uint32_t container_bytes(const reloc_record& record) {
     const reloc_type_facts& facts = reloc_facts(record.r_type);
     if (facts.word == reloc_word::field)
-        return record.r_field.r_wordsz >> 3;
-    return facts.stop != 0 ? facts.stop >> 3 : (facts.size + 7) >> 3;
+        return record.r_field.r_wordsz / 8U;
+    return facts.stop != 0 ? facts.stop / 8U : (facts.size + 7U) / 8U;
 }
 
 /// Bit offset of the field inside its container, 0 for types without one.

@@ -100,7 +100,7 @@ private:
     /// The last byte of the container of the field of `rec`, which lies at byte `off`; `off` - 1 without a container,
     /// which wraps for the lowest offset of all: such a record crosses every end.
     static std::int32_t last_byte(std::int32_t off, const reloc_record& rec) {
-        return wrapping_sub(wrapping_add(off, container_bytes(rec)), 1);
+        return wrapping_sub(wrapping_add(off, static_cast<std::int32_t>(container_bytes(rec))), 1);
     }
 
     /// After a cut at the odd offset `off`, where the cursor is: back to the first record of the preceding address

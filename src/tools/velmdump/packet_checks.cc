@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "format/limits.h"
+#include "format/reloc_types.h"
 #include "tools/velmdump/check_report.h"
 #include "tools/velmdump/checks.h"
 #include "tools/velmdump/module_words.h"

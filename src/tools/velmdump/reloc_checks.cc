@@ -12,11 +12,6 @@ constexpr std::int64_t furthest_place = 0x10000000;
 
 }  // namespace
 
-std::uint32_t container_bytes(const reloc_record& rec) {
-    const int bits = is_field_reloc(rec.r_type) ? rec.r_field.r_wordsz : reloc_stop(rec.r_type, reloc_size(rec.r_type));
-    return static_cast<std::uint32_t>(bits) / 8U;
-}
-
 void reloc_checker::check_words(const reloc_record& rec, std::uint64_t at) {
     if (is_internal_reloc(rec.r_type))
         report_.error(at + offsetof(reloc_record, r_type), "relocation type 0x%04X is never part of a module",

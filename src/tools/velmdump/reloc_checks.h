@@ -27,7 +27,4 @@ private:
     std::int64_t last_ = 0;  ///< place of the record before, bytes from the start of the section
 };
 
-/// Bytes from the place of a relocation to the end of the container that the loader rewrites.
-std::uint32_t container_bytes(const reloc_record& rec);
-
 #endif
