@@ -43,10 +43,10 @@ if(CMAKE_CROSSCOMPILING)
 endif()
 find_package(modforge 1.5 CONFIG REQUIRED NO_CMAKE_FIND_ROOT_PATH)
 add_custom_target(versions ALL COMMAND modforge::velmdump --version COMMAND modforge::coffdump --version)
-modforge_add_module(audio INPUT audio.out ENTRIES audio.entries more.entries PACKET_SIZE 300 CHECK
+modforge_add_module(audio INPUT audio.out ENTRIES audio.entries more.entries PACKET_SIZE 300
   C_ARRAY audio_module ${MORE})
 modforge_add_module(names INPUT audio.out OUTPUT "a folder/names.vlm" SYMBOLS_ONLY IMPORTS_AGAINST audio)
-modforge_add_module(big INPUT audio.out ENTRIES audio.entries PACKET_SIZE 300 C_ARRAY big_module BYTE_ORDER big
+modforge_add_module(big INPUT audio.out ENTRIES audio.entries PACKET_SIZE 300 C_ARRAY big_module BYTE_ORDER big CHECK
   REPORT "a folder/big.html")
 add_library(app STATIC app.c)
 add_library(big_app STATIC app.c)
@@ -94,6 +94,10 @@ for generator in Ninja "Unix Makefiles"; do
   succeeds cmake -B "$b" -DMORE=STRICT
   fails cmake --build "$b"
   says no_such_symbol
+  nothing_made_in "$b"
+  succeeds cmake -B "$b" "-DMORE=STRICT;QUIET_MISSING;CHECK"
+  fails cmake --build "$b"
+  says "nameless symbol"
   nothing_made_in "$b"
   succeeds cmake -B "$b" "-DMORE=STRICT;QUIET_MISSING"
   succeeds cmake --build "$b"
