@@ -46,11 +46,12 @@ TEST(Readme, ShowsWhatTheToolsSayOfTheModule) {
     EXPECT_THAT(text_of(source + "/README.md"), HasSubstr("```\n" + show.out + "```"));
     const temporary_directory room;
     const std::string module = source + "/examples/audio.vlm";
-    for (const std::vector<std::string>& command :
-         std::vector<std::vector<std::string>>{{"check", module},
-                                               {"imports", module},
-                                               {"diff", module, module},
-                                               {"map", module, "-o", room.file("m.svg")}}) {
+    for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
+             {"check", module},
+             {"verify", "-e=" + source + "/examples/audio.entries", module, source + "/examples/audio.out"},
+             {"imports", module},
+             {"diff", module, module},
+             {"map", module, "-o", room.file("m.svg")}}) {
         std::vector<std::string> argv{VELMDUMP_PROGRAM};
         argv.insert(argv.end(), command.begin(), command.end());
         EXPECT_EQ(run_program(argv).status, 0) << command.front();

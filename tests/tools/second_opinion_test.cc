@@ -6,8 +6,11 @@
 
 #include "format/address_units.h"
 #include "format/coff_records.h"
+#include "format/limits.h"
 #include "format/module_format.h"
 #include "format/reloc_types.h"
+#include "format/storage_classes.h"
+#include "format/targets.h"
 
 namespace {
 
@@ -65,9 +68,29 @@ TEST(Facts, NumbersAreTheSame) {
         {so::no_name, velm_no_name},
         {so::nameless_class, velm_local_class},
         {so::absolute_entry, velm_absolute_entry},
+        {so::least_packet, min_packet_size},
+        {so::greatest_packet, max_packet_size},
+        {so::longest_entry, max_entry_length},
+        {so::longest_name, max_name_length},
+        {so::most_symbols, max_module_symbols},
+        {so::most_sections, max_sections},
+        {so::largest_input, max_coff_file_size},
+        {so::memory_limit(0), proportionate_size(0)},
+        {so::memory_limit(so::largest_input), proportionate_size(max_coff_file_size)},
     };
     for (const auto& row : rows)
         EXPECT_EQ(row.first, row.second) << "row " << &row - rows;
+}
+
+TEST(Facts, TargetsAndClassesAreTheSame) {
+    for (std::uint32_t id = 0; id < 0x10000; ++id)
+        ASSERT_EQ(so::unit_width(static_cast<std::uint16_t>(id)),
+                  static_cast<std::uint32_t>(target_width(static_cast<std::uint16_t>(id))))
+            << id;
+    for (int sclass = -128; sclass < 128; ++sclass) {
+        EXPECT_EQ(so::is_kept_class(sclass), is_accepted_class(sclass)) << sclass;
+        EXPECT_EQ(so::is_kept_class(sclass) && so::is_external_class(sclass), is_external_class(sclass)) << sclass;
+    }
 }
 
 TEST(Facts, UnitsAndBytesConvertAlike) {

@@ -36,6 +36,7 @@ std::vector<relocation_count> account::relocations_of(const section& scn) const 
         ++counts[{type, fate}];
     }
     std::vector<relocation_count> result;
+    result.reserve(counts.size());
     for (const auto& [key, count] : counts)
         result.push_back({key.first, key.second, count});
     return result;

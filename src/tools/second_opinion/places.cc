@@ -5,8 +5,6 @@
 #include <span>
 #include <string_view>
 
-#include "tools/second_opinion/facts.h"
-
 namespace second_opinion {
 namespace {
 
@@ -36,12 +34,12 @@ public:
     finder(const bytes& module, byte_order order, u64 offset) : module_(module), order_(order), offset_(offset) {}
 
     [[nodiscard]] place find() const {
-        const u64 sections = strings + word(0);
+        const u64 sections = tables_start + word(0);
         const u64 symbols = sections + u64{section_record_size} * half(20);
         const u64 packets = symbols + u64{symbol_record_size} * half(16);
         if (offset_ < module_header_size)
             return in_record(0, header_fields, "file header");
-        if (offset_ < strings)
+        if (offset_ < tables_start)
             return in_record(module_header_size, verification_fields, "verification record");
         if (offset_ < sections)
             return in_strings(sections);
@@ -57,8 +55,6 @@ public:
     }
 
 private:
-    static constexpr u64 strings = u64{module_header_size} + verification_size;
-
     [[nodiscard]] u32 word(u64 at) const { return get_word(&module_[at], order_); }
     [[nodiscard]] u16 half(u64 at) const { return get_half(&module_[at], order_); }
 
@@ -77,20 +73,20 @@ private:
 
     [[nodiscard]] place in_strings(u64 end) const {
         u64 start = offset_;
-        while (start > strings && module_[start - 1] != 0)
+        while (start > tables_start && module_[start - 1] != 0)
             --start;
         const u64 length = strnlen(reinterpret_cast<const char*>(&module_[start]), end - start) + 1;
         return {start, start + length, false, "string table: \"" + string_at(start) + '"'};
     }
 
     [[nodiscard]] std::string section_title(u32 number) const {
-        const u64 record = strings + word(0) + u64{section_record_size} * number;
-        return "section " + std::to_string(number + 1) + " (" + string_at(strings + word(record)) + ')';
+        const u64 record = tables_start + word(0) + u64{section_record_size} * number;
+        return "section " + std::to_string(number + 1) + " (" + string_at(tables_start + word(record)) + ')';
     }
 
     [[nodiscard]] std::string symbol_title(u64 number, u64 record) const {
         const std::string title = "symbol " + std::to_string(number);
-        return word(record) == no_name ? title : title + " (" + string_at(strings + word(record)) + ')';
+        return word(record) == no_name ? title : title + " (" + string_at(tables_start + word(record)) + ')';
     }
 
     [[nodiscard]] place in_packets(u64 sections) const {

@@ -5,8 +5,12 @@
 #include <string>
 
 #include "tools/second_opinion/bytes.h"
+#include "tools/second_opinion/facts.h"
 
 namespace second_opinion {
+
+/// Behind the records of fixed size, where the string table starts.
+inline constexpr u64 tables_start = u64{module_header_size} + verification_size;
 
 /// A field of a module.
 struct place {

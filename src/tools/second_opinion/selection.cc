@@ -9,7 +9,7 @@
 namespace second_opinion {
 namespace {
 
-constexpr std::string_view entry_symbol = "__DLStart", init_tables = ".cinit";
+constexpr std::string_view init_tables = ".cinit";
 
 std::string title(const section& scn) {
     return "section " + std::to_string(scn.number) + " (" + std::string(scn.name.substr(0, 60)) + ")";

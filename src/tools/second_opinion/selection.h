@@ -12,6 +12,9 @@
 
 namespace second_opinion {
 
+/// Where the loader calls the module: the symbol that says it, without being in the module for it.
+inline constexpr std::string_view entry_symbol = "__DLStart";
+
 enum class section_fate : u8 {
     kept,
     dummy,  ///< left out, as are all that follow
