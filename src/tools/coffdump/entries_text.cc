@@ -75,7 +75,7 @@ private:
 
     void pass_comment() {
         const std::size_t end = std::min(text_.find('\n', at_), text_.size());
-        if (std::string_view(text_).substr(at_, end - at_).find_first_not_of("\r", text_.find('\r', at_) - at_) !=
+        if (std::string_view(text_).substr(at_, end - at_).find_first_not_of('\r', text_.find('\r', at_) - at_) !=
             std::string_view::npos)
             warn(here(), "a carriage return does not end this comment, which goes on to the next line feed",
                  "save the file with line feeds at the ends of its lines");
