@@ -17,6 +17,7 @@ libgtest-dev        /usr/include/gtest/gtest.h
 libgmock-dev        /usr/include/gmock/gmock.h
 libxml2-utils       xmllint
 file                file
+mandoc              mandoc
 '
 
 # What the checks need beyond that.

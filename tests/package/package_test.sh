@@ -46,7 +46,7 @@ add_custom_target(versions ALL COMMAND modforge::velmdump --version COMMAND modf
 modforge_add_module(audio INPUT audio.out ENTRIES audio.entries more.entries PACKET_SIZE 300
   C_ARRAY audio_module ${MORE})
 modforge_add_module(names INPUT audio.out OUTPUT "a folder/names.vlm" SYMBOLS_ONLY IMPORTS_AGAINST audio)
-modforge_add_module(big INPUT audio.out ENTRIES audio.entries PACKET_SIZE 300 C_ARRAY big_module BYTE_ORDER big CHECK
+modforge_add_module(big INPUT audio.out ENTRIES audio.entries PACKET_SIZE 300 C_ARRAY big_module BYTE_ORDER big CHECK VERIFY
   REPORT "a folder/big.html")
 add_library(app STATIC app.c)
 add_library(big_app STATIC app.c)
