@@ -1,5 +1,7 @@
 #include "tools/coffdump/options.h"
 
+#include <cstdlib>
+
 #include "tools/common/command_line.h"
 
 namespace {
@@ -26,7 +28,7 @@ void add_conversion_options(CLI::App& command, planned_conversion& plan) {
     command.add_option("-p,--packet-size", plan.packet_size, "as for modforge -p=N; 1024 unless told")
         ->type_name("N")
         ->check([](const std::string& text) {
-            const int size = std::atoi(text.c_str());
+            const long size = std::strtol(text.c_str(), nullptr, 10);
             const bool good = size >= second_opinion::least_packet && size <= second_opinion::greatest_packet &&
                               size % second_opinion::packet_step == 0;
             return std::string(good ? "" : "must be a multiple of 4 from 300 to 1024");
