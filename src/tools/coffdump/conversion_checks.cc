@@ -17,12 +17,6 @@ constexpr const char* out_of_order_words =
 /// Noted of each section; a damaged table can hold millions.
 constexpr std::uint32_t most_noted = 10;
 
-std::string hex(std::uint64_t number) {
-    char text[24];
-    std::snprintf(text, sizeof text, "0x%llX", static_cast<unsigned long long>(number));
-    return text;
-}
-
 std::string number(std::int64_t n) {
     return std::to_string(n);
 }
@@ -67,8 +61,8 @@ std::string conversion_checks::name_of(std::uint32_t section) const {
 
 std::string conversion_checks::reloc_title(std::uint32_t section, std::uint32_t i, const reloc& entry) const {
     return "relocation " + number(i) + " of " + image_.section_title(section) + " (" + reloc_type_words(entry.r_type) +
-           " at address " + hex(entry.r_vaddr) + ", file offset " +
-           hex(raw_image::reloc_at(image_.section(section), i)) + ")";
+           " at address " + hex_number(entry.r_vaddr) + ", file offset " +
+           hex_number(raw_image::reloc_at(image_.section(section), i)) + ")";
 }
 
 // --- before the conversion
@@ -93,7 +87,7 @@ void conversion_checks::look_at_symbols() {
 void conversion_checks::look_at_symbol(std::uint32_t index, syment symbol) {
     const int sections = image_.header().fh_nscns;
     const bool is_start = image_.name(symbol.n_name, image_.symbol_at(index)) == "__DLStart" && !symbols_only_;
-    const std::string title = image_.symbol_title(index) + ", at offset " + hex(image_.symbol_at(index));
+    const std::string title = image_.symbol_title(index) + ", at offset " + hex_number(image_.symbol_at(index));
     if (is_start && symbol.n_scnum == 0)
         error(title + ", is undefined", "ERROR: Symbol _DLStart is undefined. Improper linkage for entry point",
               "link the object that defines _DLStart, or convert with -s if only symbols are wanted");
@@ -116,7 +110,7 @@ void conversion_checks::look_at_section(std::uint32_t number) {
     const bool dropped = symbols_only_ || (section.s_flags & (s_dummy | s_noload)) != 0;
     if (!dropped && width != 8 && width != 16 && width != 32)
         error(image_.section_title(number) + " has a memory width of " + ::number(width) + " bits (file offset " +
-                  hex(image_.section_at(number) + offsetof(scnhdr, s_mwidth)) + ")",
+                  hex_number(image_.section_at(number) + offsetof(scnhdr, s_mwidth)) + ")",
               "ERROR: Section " + name_of(number) + ": a memory width of " + ::number(width) + " bits is not supported",
               "only 8, 16 and 32 are: the file is damaged, or made for another target");
     if (width != 8 && width != 16 && width != 32)
@@ -139,8 +133,8 @@ void conversion_checks::look_at_contents(std::uint32_t number, scnhdr& section) 
     } else if (!image_.holds(section.s_scnptr, length)) {
         noted_sections_.push_back(
             {number, length,
-             "the " + std::to_string(length) + " bytes of " + title + ", at offset " + hex(section.s_scnptr) +
-                 ", end at " + hex(section.s_scnptr + length) + ", the file at " + hex(image_.size()),
+             "the " + std::to_string(length) + " bytes of " + title + ", at offset " + hex_number(section.s_scnptr) +
+                 ", end at " + hex_number(section.s_scnptr + length) + ", the file at " + hex_number(image_.size()),
              ">> fatal error: " + path_ + ": " + std::to_string(length) + " bytes of section " + name_of(number) +
                  " at offset " + std::to_string(section.s_scnptr) + " run past the end of the file"});
     } else {
@@ -279,7 +273,7 @@ void conversion_checks::judge_symbols(const so::account& told, const std::string
                                       [&kept](const noted_symbol& noted) { return kept[noted.index]; });
     for (const noted_symbol& noted : noted_symbols_) {
         if (kept[noted.index] || (!any_kept && refusal == says))
-            error(image_.symbol_title(noted.index) + ", at offset " + hex(image_.symbol_at(noted.index)) +
+            error(image_.symbol_title(noted.index) + ", at offset " + hex_number(image_.symbol_at(noted.index)) +
                       ", lies in section " + number(noted.section) + ", but there are only " +
                       number(image_.header().fh_nscns),
                   says, damaged);

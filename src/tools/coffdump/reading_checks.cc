@@ -1,26 +1,19 @@
 // In the order in which the file is read: headers, symbols, names, relocations.
 #include "tools/coffdump/reading_checks.h"
+#include "format/limits.h"
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 #include "coff/listing_text.h"
+#include "format/limits.h"
 #include "tools/common/text_forms.h"
 #include "tools/second_opinion/facts.h"
 
 namespace {
 
 constexpr const char* cut_short = "the file is damaged or was cut short: link again";
-constexpr std::uint64_t largest_file = std::numeric_limits<std::int32_t>::max();
-constexpr std::uint16_t most_sections = std::numeric_limits<std::int16_t>::max();
 constexpr std::uint16_t any_target = 0x0099;
-
-std::string hex(std::uint64_t number) {
-    char text[24];
-    std::snprintf(text, sizeof text, "0x%llX", static_cast<unsigned long long>(number));
-    return text;
-}
 
 std::string number(std::uint64_t n) {
     return std::to_string(n);
@@ -49,7 +42,7 @@ private:
     }
 
     bool check_file_header() {
-        if (image_.size() > largest_file) {
+        if (image_.size() > std::uint64_t{max_coff_file_size}) {
             error("the file has " + number(image_.size()) + " bytes",
                   ">>   error: " + path_ + ": too long: a file may have 2147483647 bytes", "strip debug information");
             return false;
@@ -80,7 +73,8 @@ private:
         if (header.fh_nscns == 0 || !image_.holds(image_.section_at(1), sizeof(scnhdr)) ||
             second_opinion::unit_width(header.fh_target_id) != 0)
             return;
-        error("target id " + hex(header.fh_target_id) + " in the file header, at offset 0x14, is none that is known",
+        error("target id " + hex_number(header.fh_target_id) +
+                  " in the file header, at offset 0x14, is none that is known",
               "Invalid target type", "the file is damaged, or made for a target that has no loader for modules");
         header.fh_target_id = any_target;
         image_.set_header(header);
@@ -92,17 +86,17 @@ private:
         const std::uint64_t there = image_.size() < first ? 0 : (image_.size() - first) / sizeof(scnhdr);
         if (there < header.fh_nscns) {
             error("section header " + number(there + 1) + " of " + number(header.fh_nscns) + ", at offset " +
-                      hex(image_.section_at(static_cast<std::uint32_t>(there) + 1)) +
-                      ", runs past the end of the file (" + hex(image_.size()) + " bytes)",
+                      hex_number(image_.section_at(static_cast<std::uint32_t>(there) + 1)) +
+                      ", runs past the end of the file (" + hex_number(image_.size()) + " bytes)",
                   ">>   error: Failed to read file and/or section headers", cut_short);
             header.fh_nscns = static_cast<std::uint16_t>(there);
-        } else if (header.fh_nscns > most_sections) {
+        } else if (header.fh_nscns > max_sections) {
             error(number(header.fh_nscns) + " sections",
                   ">>   error: " + path_ + ": " + number(header.fh_nscns) + " sections: a file may have " +
-                      number(most_sections),
+                      number(max_sections),
                   cut_short);
         }
-        header.fh_nscns = std::min(header.fh_nscns, most_sections);
+        header.fh_nscns = std::min(header.fh_nscns, max_sections);
         image_.set_header(header);
     }
 
@@ -123,8 +117,8 @@ private:
     void cut_symbols(std::uint32_t kept, std::uint32_t missing, const char* says) {
         filehdr header = image_.header();
         error((missing == kept ? "entry " : "auxiliary entry ") + number(missing) + " of the " +
-                  number(header.fh_nsyms) + " in the symbol table, at offset " + hex(image_.symbol_at(missing)) +
-                  ", runs past the end of the file (" + hex(image_.size()) + " bytes)",
+                  number(header.fh_nsyms) + " in the symbol table, at offset " + hex_number(image_.symbol_at(missing)) +
+                  ", runs past the end of the file (" + hex_number(image_.size()) + " bytes)",
               says, cut_short);
         header.fh_nsyms = kept;
         image_.set_header(header);
@@ -150,15 +144,15 @@ private:
         if (image_.name(field, at))
             return false;
         const std::uint32_t offset = name_offset(field);
-        const std::string wanted =
-            whose + ", at offset " + hex(at) + ", has its name at offset " + number(offset) + " of the string table";
+        const std::string wanted = whose + ", at offset " + hex_number(at) + ", has its name at offset " +
+                                   number(offset) + " of the string table";
         if (image_.strings_size())
             error(wanted + ", where no string lies",
                   ">> fatal error: " + path_ + ": no string at offset " + number(offset) + " of the string table (" +
                       number(*image_.strings_size()) + " bytes)",
                   cut_short);
         else if (!std::exchange(strings_told_, true))
-            error(wanted + ", and the table, at offset " + hex(image_.strings_at()) + ", is not whole",
+            error(wanted + ", and the table, at offset " + hex_number(image_.strings_at()) + ", is not whole",
                   ">> fatal error: " + path_ + ": " + strings_fault(), cut_short);
         std::memcpy(field, "?\0\0\0\0\0\0", sizeof field);
         return true;
@@ -179,8 +173,8 @@ private:
             const std::uint64_t bytes = std::uint64_t{section.s_nreloc} * sizeof(reloc);
             if (bytes != 0 && !image_.holds(section.s_relptr, bytes)) {
                 error("the " + counted(section.s_nreloc, "relocation") + " of " + image_.section_title(n) +
-                          ", at offset " + hex(section.s_relptr) + ", end at " + hex(section.s_relptr + bytes) +
-                          ", the file at " + hex(image_.size()),
+                          ", at offset " + hex_number(section.s_relptr) + ", end at " +
+                          hex_number(section.s_relptr + bytes) + ", the file at " + hex_number(image_.size()),
                       ">>   error: " + path_ + ": " + number(section.s_nreloc) + " relocations of section " +
                           name_of(n) + " at offset " + number(section.s_relptr) + " run past the end of the file",
                       cut_short);

@@ -1,6 +1,7 @@
 #include "tools/common/text_forms.h"
 
 #include "coff/listing_text.h"
+#include <cstdio>
 
 std::string printable(std::string_view name) {
     return printable(name.data(), name.size());
@@ -15,6 +16,12 @@ std::string hex_digits(std::string_view bytes) {
         text += digits[byte >> 4];
         text += digits[byte & 15];
     }
+    return text;
+}
+
+std::string hex_number(std::uint64_t number) {
+    char text[24];
+    std::snprintf(text, sizeof text, "0x%llX", static_cast<unsigned long long>(number));
     return text;
 }
 

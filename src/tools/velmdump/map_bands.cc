@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "format/reloc_types.h"
+#include "tools/common/text_forms.h"
 #include "tools/velmdump/drawn_text.h"
 #include "tools/velmdump/module_facts.h"
 #include "tools/velmdump/module_sizes.h"

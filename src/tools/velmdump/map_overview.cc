@@ -36,14 +36,7 @@ std::string short_size(std::uint64_t bytes) {
 }  // namespace
 
 map_overview::map_overview(const velm_module& module) : module_(module) {
-    std::vector<std::uint64_t> uses(module.symbols.size());
-    for (const section_place& section : module.sections) {
-        for_each_reloc(module, section, [&uses](const reloc_place& reloc) {
-            const reloc_record& rec = reloc.record;
-            if (is_sym_reloc(rec.r_type, rec.r_symndx) && rec.r_symndx < uses.size())
-                ++uses[rec.r_symndx];
-        });
-    }
+    const std::vector<std::uint64_t> uses = uses_of_symbols(module);
     for (std::uint32_t i = 0; i < module.symbols.size(); ++i) {
         if (module.is_import(module.symbols[i]))
             imports_.push_back({i, uses[i]});

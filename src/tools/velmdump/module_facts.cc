@@ -5,6 +5,7 @@
 #include "format/coff_records.h"
 #include "format/reloc_types.h"
 #include "format/targets.h"
+#include "tools/common/text_forms.h"
 #include "tools/velmdump/drawn_text.h"
 #include "tools/velmdump/words.h"
 

@@ -3,6 +3,7 @@
 #define MODFORGE_TOOLS_VELMDUMP_RELOC_PLACES_H
 
 #include <cstdint>
+#include <vector>
 
 #include "tools/velmdump/velm_module.h"
 
@@ -32,5 +33,8 @@ template <typename VISIT> void for_each_reloc(const velm_module& module, const s
         start += packet.header.data_size;
     }
 }
+
+/// How many relocations refer to each symbol of the module.
+std::vector<std::uint64_t> uses_of_symbols(const velm_module& module);
 
 #endif

@@ -47,18 +47,6 @@ private:
     std::size_t used_ = 0;
 };
 
-std::vector<std::uint64_t> uses_of_symbols(const velm_module& module) {
-    std::vector<std::uint64_t> uses(module.symbols.size());
-    for (const section_place& section : module.sections) {
-        for_each_reloc(module, section, [&uses](const reloc_place& reloc) {
-            const reloc_record& rec = reloc.record;
-            if (is_sym_reloc(rec.r_type, rec.r_symndx) && rec.r_symndx < uses.size())
-                ++uses[rec.r_symndx];
-        });
-    }
-    return uses;
-}
-
 /// Prints the relocations one by one, up to the limit of the page.
 class reloc_rows {
 public:

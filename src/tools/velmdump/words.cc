@@ -20,12 +20,6 @@ std::string hex_word(std::uint32_t word) {
     return text;
 }
 
-std::string hex_number(std::uint64_t number) {
-    char text[24];
-    std::snprintf(text, sizeof text, "0x%llX", static_cast<unsigned long long>(number));
-    return text;
-}
-
 std::string time_words(std::uint32_t seconds) {
     const auto time = static_cast<std::time_t>(seconds);
     char text[40] = "";

@@ -15,9 +15,6 @@ std::string counted_words(std::uint64_t number, std::string_view word);
 /// "0x00010000".
 std::string hex_word(std::uint32_t word);
 
-/// "0x1A4".
-std::string hex_number(std::uint64_t number);
-
 /// "2024-03-14 08:23:16 UTC", for seconds since 1970.
 std::string time_words(std::uint32_t seconds);
 
