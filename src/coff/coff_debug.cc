@@ -1,3 +1,4 @@
+// The answers of a file without debug information, and those that line numbers and function symbols can give.
 #include "coff/coff_debug.h"
 
 #include "coff/coff_file.h"

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "coff/coff_file.h"
+#include "format/special_names.h"
 
 namespace {
 
@@ -69,12 +70,12 @@ COFF_SECTION* COFF_FILE::get_section(const char* name) const {
 }
 
 COFF_SECTION* COFF_FILE::find_icode_sect() const {
-    return get_section(".icode");
+    return get_section(icode_section_name);
 }
 
 bool COFF_FILE::contains_dwarf_info() const {
     for (const auto& section : sections_) {
-        if (section && std::strncmp(section->name(), ".debug_", 7) == 0)
+        if (section && section->is_debug_section())
             return true;
     }
     return false;

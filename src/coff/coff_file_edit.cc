@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "coff/coff_file.h"
+#include "format/special_names.h"
 #include "msg/user_msg.h"
 
 std::int32_t COFF_FILE::write(const char* path) {
@@ -139,7 +140,7 @@ void COFF_FILE::add_section(COFF_SECTION* section) {
 
 void COFF_FILE::add_icode(const char* path) {
     auto image = std::make_unique<COFF_SECTION>(this);
-    image->set_name(".icode");
+    image->set_name(icode_section_name);
     image->read_data_image(path);
     fh_add_flags(f_icode);
     for (const auto& section : sections_)

@@ -55,7 +55,7 @@ void COFF_FILE::dump_strings(std::FILE* out) {
         return;
     }
     std::fprintf(out, "String table, %u bytes\n", strtab_size_);
-    for (std::uint32_t offset = 4; offset < strtab_size_;) {
+    for (std::uint32_t offset = strtab_length_word; offset < strtab_size_;) {
         const char* const text = strtab_ + offset;
         const std::size_t length = strnlen(text, strtab_size_ - offset);
         std::fprintf(out, "  %8u  %s\n", offset, printable(text, length).c_str());
@@ -92,7 +92,7 @@ void COFF_FILE::dump_strings_xml(std::FILE* out) {
         return;
     }
     std::fprintf(out, "<strings size=\"%u\">\n", strtab_size_);
-    for (std::uint32_t offset = 4; offset < strtab_size_;) {
+    for (std::uint32_t offset = strtab_length_word; offset < strtab_size_;) {
         const char* const text = strtab_ + offset;
         const std::size_t length = strnlen(text, strtab_size_ - offset);
         std::fprintf(out, "<string offset=\"%u\">%s</string>\n", offset, xml_text(text, length).c_str());

@@ -8,6 +8,7 @@
 
 #include "coff/coff_file.h"
 #include "coff/target_width.h"
+#include "format/special_names.h"
 #include "msg/allocation.h"
 #include "msg/end_run.h"
 #include "msg/user_msg.h"
@@ -165,6 +166,10 @@ void COFF_SECTION::read_data_image(const char* path) {
 
 bool COFF_SECTION::is_big_e() const {
     return file_ && file_->is_big_e();
+}
+
+bool COFF_SECTION::is_debug_section() const {
+    return std::strncmp(name(), debug_section_prefix, std::strlen(debug_section_prefix)) == 0;
 }
 
 void COFF_SECTION::set_cfile(COFF_FILE* file) {

@@ -15,8 +15,9 @@
 
 class COFF_FILE;
 
-/// Made by its COFF_FILE, or added to it; the file then owns it. A file must outlive its sections. Header fields are in host order; sizes and addresses in
-/// address units unless said otherwise; file pointers in bytes from the start of the image.
+/// Made by its COFF_FILE, or added to it; the file then owns it. A file must outlive its sections. Header fields are in
+/// host order; sizes and addresses in address units unless said otherwise; file pointers in bytes from the start of the
+/// image.
 ///
 /// Contents and line numbers are read when first asked for. If the file does not hold them, the run ends.
 class COFF_SECTION {
@@ -178,6 +179,8 @@ public:
     std::uint64_t byte_size() const {
         return std::uint64_t{header_.s_size} * (static_cast<std::uint32_t>(width_) >> 3);
     }
+    /// Whether the name is one that debuggers' sections have.
+    bool is_debug_section() const;
     /// Whether there are contents, in memory or in the file.
     bool has_contents() const;
     /// Whether the file holds the relocations that the header tells of; a message if not, or if there is no file.

@@ -47,7 +47,7 @@ void COFF_SECTION::require_all_relocs() const {
 
 void COFF_SECTION::write_scn_hdr(std::FILE* fp) {
     header_.s_mwidth = width_ == default_width ? std::uint8_t{0} : static_cast<std::uint8_t>(width_);
-    if (std::strncmp(name(), ".debug_", 7) == 0)
+    if (is_debug_section())
         header_.s_mwidth = default_width;
     encode_name();
     std::fwrite(&header_, sizeof header_, 1, fp);

@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr std::uint32_t length_word = 4;
 constexpr std::uint32_t first_capacity = 132;
 constexpr std::uint32_t growth = 128;
 
@@ -18,7 +17,7 @@ const char* COFF_FILE::string(std::uint32_t offset) {
     if (!strtab_)
         load_strtab();
     // A name may begin in the middle of another one, but not in the length word, and it has to end.
-    if (offset < length_word || offset > strtab_last_nul_ || strtab_size_ <= length_word) {
+    if (offset < strtab_length_word || offset > strtab_last_nul_ || strtab_size_ <= strtab_length_word) {
         UMSG.fatal_err("%s: no string at offset %u of the string table (%u bytes)", label(), offset, strtab_size_);
         end_run(EXIT_FAILURE);
     }
@@ -46,11 +45,11 @@ bool COFF_FILE::try_load_strings() {
 
 /// What is wrong with the input's string table, null if nothing is; its length then.
 const char* COFF_FILE::strtab_fault(std::uint32_t& length) {
-    if (!holds(strtab_position_, length_word) || !read_at(strtab_position_, &length, length_word))
+    if (!holds(strtab_position_, strtab_length_word) || !read_at(strtab_position_, &length, strtab_length_word))
         return "the file ends before its string table";
     if (byte_swapped_)
         swap4(&length);
-    if (length < length_word)
+    if (length < strtab_length_word)
         return "the length of the string table is below 4";
     if (!holds(strtab_position_, length))
         return "the string table runs past the end of the file";
@@ -66,12 +65,12 @@ void COFF_FILE::end_on_bad_strings(const char* fault) {
 
 void COFF_FILE::read_strtab(std::uint32_t length) {
     auto table = std::make_unique_for_overwrite<char[]>(length);
-    std::memset(table.get(), 0, length_word);
-    if (!read_at(strtab_position_ + length_word, table.get() + length_word, length - length_word))
+    std::memset(table.get(), 0, strtab_length_word);
+    if (!read_at(strtab_position_ + strtab_length_word, table.get() + strtab_length_word, length - strtab_length_word))
         end_on_bad_strings("cannot read the string table");
     // A string ends inside the table if and only if it begins at or before the last NUL.
     strtab_last_nul_ = length - 1;
-    while (strtab_last_nul_ >= length_word && table[strtab_last_nul_] != '\0')
+    while (strtab_last_nul_ >= strtab_length_word && table[strtab_last_nul_] != '\0')
         --strtab_last_nul_;
     strtab_ = table.get();
     input_strtabs_.push_back(std::move(table));
@@ -90,9 +89,9 @@ void COFF_FILE::retire_strtab() {
 std::uint32_t COFF_FILE::add_string(const char* text) {
     symtab_.make_symbols();  // whose names lie in the table that was read
     if (!strtab_) {
-        new_strtab_.assign(length_word, '\0');
+        new_strtab_.assign(strtab_length_word, '\0');
         strtab_capacity_ = first_capacity;
-        strtab_size_ = length_word;
+        strtab_size_ = strtab_length_word;
     }
     if (const auto known = string_hash_.find(text); known != string_hash_.end())
         return known->second;

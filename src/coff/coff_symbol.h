@@ -48,7 +48,9 @@ public:
 
     virtual const char* name() const { return name_; }
     /// Bytes in the file, auxiliary entry included.
-    virtual std::uint32_t size() const { return has_aux() ? 36 : 18; }
+    virtual std::uint32_t size() const {
+        return static_cast<std::uint32_t>(sizeof(syment) + (has_aux() ? aux_size : 0));
+    }
     virtual bool has_aux() const { return entry_.n_numaux > 0; }
     /// The index in the symbol table, auxiliary entries counted.
     virtual std::uint32_t coff_index() const { return coff_index_; }

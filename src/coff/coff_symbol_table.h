@@ -52,7 +52,7 @@ public:
     virtual void purge();
 
     /// Bytes of the table in a file.
-    virtual std::uint32_t size() const { return n_syms() * 18; }
+    virtual std::uint32_t size() const { return n_syms() * std::uint32_t{sizeof(syment)}; }
     /// Entries, auxiliary ones included.
     virtual std::uint32_t n_syms() const;
     /// After purge(): the index of the symbol that had the index `old`. One that no symbol had ends the run.
@@ -105,7 +105,9 @@ private:
         bool swapped = false;           ///< the auxiliary entries still have to be
 
         unsigned char* entry(std::size_t index) const { return bytes.get() + index * aux_size; }
-        bool has_aux(std::size_t index) const { return static_cast<std::int8_t>(entry(index)[17]) > 0; }
+        bool has_aux(std::size_t index) const {
+            return static_cast<std::int8_t>(entry(index)[offsetof(syment, n_numaux)]) > 0;
+        }
         syment symbol(std::size_t index) const {
             syment symbol;
             std::memcpy(&symbol, entry(index), sizeof symbol);

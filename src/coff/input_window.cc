@@ -1,3 +1,4 @@
+// Reads by position where the system can, and by seeking and going back where only standard C is there.
 #include "coff/input_window.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Bytes become text that can neither move a terminal nor break a document.
 #include "coff/listing_text.h"
 
 #include <cstring>

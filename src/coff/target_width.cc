@@ -1,3 +1,4 @@
+// The class library's word for a target that format/targets.h does not know: the end of the run.
 #include "coff/target_width.h"
 
 #include <cstdio>

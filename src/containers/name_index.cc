@@ -1,3 +1,4 @@
+// Hashes, and the growth of the table. Searching stands in the header, to be compiled into its callers' loops.
 #include "containers/name_index.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Every operation finds the bucket by the hash function and leaves the rest to its list.
 #include "containers/shash.h"
 
 #include <cstddef>

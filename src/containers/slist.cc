@@ -1,3 +1,4 @@
+// Links, and the sorted table that searches need: built late, dropped by every change.
 #include "containers/slist.h"
 
 #include <utility>

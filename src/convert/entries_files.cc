@@ -9,10 +9,11 @@
 #include "convert/options.h"
 #include "convert/velm_file.h"
 #include "format/limits.h"
+#include "format/special_names.h"
 #include "msg/error_exit.h"
 
 const std::uint32_t fixed_hash_key = 27;
-static_assert(entries_buckets == (0xFFFFFFFFU >> 27) + 1);
+static_assert(entries_buckets == (0xFFFFFFFFU >> fixed_hash_key) + 1);
 
 namespace {
 
@@ -141,8 +142,8 @@ void setup_entries_lists() {
         return;
     for (const char* name : items<const char>(entries_files_list))
         read_entries_file(name);
-    add_an_entry("-__DLModules", entry_sym_table);
-    add_an_entry("-.bss", entry_sym_table);
+    for (const char* entry : default_entries)
+        add_an_entry(entry, entry_sym_table);
 }
 
 int read_in_entries(std::FILE* stream, const char* file_name) {

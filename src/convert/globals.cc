@@ -1,4 +1,5 @@
-// The globals of the module model: here is their order. Options stand in options.cc, what belongs to one stage with it.
+// The globals of the module model: here is their order, and with them the one option that has a constructor. The other
+// options stand in options.cc, what belongs to one stage with that stage.
 //
 // They are destroyed in reverse, also when the run ends in the middle. Standard streams need no initialiser: the
 // program uses those of C only. UMSG needs none either: it is a constant and lives in msg.

@@ -3,9 +3,11 @@
 
 #include <utility>
 
+#include "format/limits.h"
+
 const char* filename_in;
 char* filename_out;
-std::int32_t image_packet_size = 1024;
+std::int32_t image_packet_size = max_packet_size;
 std::uint8_t symbols_only = 0;
 std::uint8_t hex_output_mode = 0;
 std::uint8_t warn_missing_symbols = 1;

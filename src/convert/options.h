@@ -9,7 +9,7 @@ class SLIST;
 
 extern const char* filename_in;            ///< the COFF input; points into the argument vector; null until named
 extern char* filename_out;                 ///< the module to write; null until known; see own_filename_out()
-extern std::int32_t image_packet_size;     ///< most data bytes in one image packet: 300 to 1024, a multiple of 4
+extern std::int32_t image_packet_size;     ///< most data bytes in one image packet: see format/limits.h
 extern std::uint8_t symbols_only;          ///< -s: no entry point, no contents
 extern std::uint8_t hex_output_mode;       ///< -fc: C-style text instead of the binary module
 extern std::uint8_t warn_missing_symbols;  ///< cleared by -q

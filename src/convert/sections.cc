@@ -12,6 +12,7 @@
 #include "format/address_units.h"
 #include "format/limits.h"
 #include "format/reloc_types.h"
+#include "format/special_names.h"
 #include "msg/allocation.h"
 #include "msg/error_exit.h"
 
@@ -22,7 +23,7 @@ bool has_flag(COFF_SECTION* scn, std::uint32_t flag) {
 }
 
 bool is_cinit(COFF_SECTION* scn) {
-    return std::strcmp(scn->name(), ".cinit") == 0;
+    return std::strcmp(scn->name(), cinit_section_name) == 0;
 }
 
 bool has_contents(COFF_SECTION* scn) {

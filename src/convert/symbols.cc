@@ -17,6 +17,7 @@
 #include "convert/velm_file.h"
 #include "format/limits.h"
 #include "format/reloc_types.h"
+#include "format/special_names.h"
 #include "msg/allocation.h"
 #include "msg/error_exit.h"
 
@@ -28,7 +29,7 @@ std::size_t symbols_expected;
 
 bool is_entry_point(const symbol_view& sym) {
     const char* const name = sym.name();
-    return name[0] == '_' && name[1] == '_' && std::strcmp(name, "__DLStart") == 0;
+    return name[0] == '_' && name[1] == '_' && std::strcmp(name, entry_symbol_name) == 0;
 }
 
 /// `scnum`, above 0, as an index into the tables by section number. One above the section count ends the run.
@@ -92,10 +93,10 @@ std::int16_t module_section(const symbol_view& sym) {
 void make_room_for_symbols() {
     {
         const allocation_scope scope("ERROR: Unable to allocate storage for a VELM symbol\n");
-        velm_file.symbols.reserve(std::min(symbols_expected, std::size_t{UINT16_MAX}));
+        velm_file.symbols.reserve(std::min(symbols_expected, std::size_t{max_module_symbols}));
     }
     const allocation_scope scope("ERROR: Unable to allocate string table entry\n");
-    velm_file.string_offsets.reserve(velm_file.nscns + std::min(symbols_expected, std::size_t{UINT16_MAX}));
+    velm_file.string_offsets.reserve(velm_file.nscns + std::min(symbols_expected, std::size_t{max_module_symbols}));
 }
 
 /// Adds the symbol to the module and gives its index there.

@@ -1,3 +1,4 @@
+// One loop for all sums; what is done on the way, such as copying, comes from outside.
 #include "format/checksum.h"
 
 #include <cstring>

@@ -137,6 +137,9 @@ struct syment {
 static_assert(sizeof(syment) == 18 && offsetof(syment, n_value) == 8 && offsetof(syment, n_numaux) == 17);
 static_assert(std::is_trivially_copyable_v<syment>);
 
+/// The string table of a COFF file begins with its own length in so many bytes, which the offsets of names count, too.
+inline constexpr std::uint32_t strtab_length_word = 4;
+
 /// Brings a record of the opposite byte order into host order.
 void swap_record(filehdr& header);
 void swap_record(opthdr& header);

@@ -1,7 +1,7 @@
 // The records of a VELM module, as they lie in the file.
 //
-// Plain records, shared by the converter and the inspectors. Every field is in the byte order of
-// the machine that wrote the module; byte_order_mark tells which. docs/module-format.md is the page for people.
+// Plain records, shared by the converter and velmdump. Every field is in the byte order of the machine that wrote the
+// module; byte_order_mark tells which. docs/module-format.md is the page for people.
 #ifndef MODFORGE_FORMAT_MODULE_FORMAT_H
 #define MODFORGE_FORMAT_MODULE_FORMAT_H
 

@@ -19,7 +19,7 @@ const char* storage_class_name(int sclass);
 /// Whether a module may hold symbols of the class.
 bool is_accepted_class(int sclass);
 
-/// Whether symbols of the class can be asked for by an entry.
+/// Whether an entry alone brings symbols of the class into a module. Those of other classes need a relocation as well.
 bool is_external_class(int sclass);
 
 #endif

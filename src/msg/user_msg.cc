@@ -1,3 +1,4 @@
+// From a severity and a format to lines on a stream: filter, prefix, wrap, count, end the run.
 #include "msg/user_msg.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// By device and inode where there are such, else as the standard library does it.
 #include "output/same_file.h"
 
 #if __has_include(<sys/stat.h>) && __has_include(<unistd.h>) && !defined(_WIN32)

@@ -14,6 +14,7 @@
 #include "convert/velm_file.h"
 #include "format/address_units.h"
 #include "format/checksum.h"
+#include "format/limits.h"
 #include "msg/error_exit.h"
 #include "output/same_file.h"
 #include "packets/image_packets.h"
@@ -146,7 +147,7 @@ void write_packet(const image_packet& packet, const unsigned char* contents, con
     velm_packet_header header = {packet.nreloc, packet.data_size, 0};
     const std::uint32_t padded = padded_size(packet);
     const std::size_t size = sizeof header + padded;
-    char text_source[sizeof header + 1024];
+    char text_source[sizeof header + max_packet_size];
     char* const image = hex_output_mode ? text_source : stage(size, stream);
     char* const data = image + sizeof header;
     std::uint32_t sum = copy_and_sum(data, contents, packet.data_size / 4);

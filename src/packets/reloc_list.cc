@@ -10,6 +10,7 @@
 #include <cstdlib>
 
 #include "format/address_units.h"
+#include "format/coff_records.h"
 #include "format/reloc_types.h"
 #include "msg/end_run.h"
 
@@ -161,6 +162,5 @@ std::int32_t build_reloc_list(scnhdrlist_entry* entry, std::int32_t packet_start
 }
 
 std::uint32_t swap4(std::uint32_t* word) {
-    const std::uint32_t w = *word;
-    return *word = w << 24 | (w & 0xFF00U) << 8 | (w >> 8 & 0xFF00U) | w >> 24;
+    return *word = swapped(*word);
 }

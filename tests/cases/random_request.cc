@@ -1,3 +1,4 @@
+// Draws sections, symbols, relocations and entries so that most requests convert and few parts are like any other.
 #include "cases/random_request.h"
 
 #include <algorithm>

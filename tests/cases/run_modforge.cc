@@ -1,3 +1,4 @@
+// Runs, and what must come of them by the word of the second opinion.
 #include "cases/run_modforge.h"
 
 #include <bit>

@@ -1,3 +1,4 @@
+// The index by itself: growth, first come first served, forgetting.
 #include "containers/name_index.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// The hash table: order, keys, and what ends the run.
 #include "containers/shash.h"
 
 #include <gtest/gtest.h>

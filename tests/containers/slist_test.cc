@@ -1,3 +1,4 @@
+// The list: the order that its sort gives to equal items, look-ups, and what drops the sorted table.
 #include "containers/slist.h"
 
 #include <gtest/gtest.h>

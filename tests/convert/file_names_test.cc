@@ -1,3 +1,4 @@
+// Names with and without extension, replaced or kept: a run only ever replaces.
 #include "convert/file_names.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// Sums at the ends of their range.
 #include "format/checksum.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// Messages as they come out: prefix, stream, wrapping, limits, and the end of the run.
 #include "msg/user_msg.h"
 
 #include <gtest/gtest.h>

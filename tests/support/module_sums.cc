@@ -1,3 +1,4 @@
+// Finds the parts of a module by its header alone.
 #include "support/module_sums.h"
 
 #include <algorithm>

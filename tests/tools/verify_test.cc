@@ -36,7 +36,8 @@ support::coff_image image_with_everything() {
                      {.name = "_unnamed"},
                      {.name = "a.c", .scnum = -2, .sclass = 103},
                      {.name = "_at_end", .scnum = 6},
-                     {.name = ".bss", .scnum = 6}};
+                     {.name = ".bss", .scnum = 6},
+                     {.name = "_api_gone", .scnum = 5}};
     return image;
 }
 
@@ -109,7 +110,7 @@ TEST_F(Verify, TellsWhereAndWhatIsDifferent) {
                                                            .order = second_opinion::byte_order::little})
                                       .module;
     const std::uint32_t strings = support::word_at(module, 0), sections = 56 + strings, symbols = sections + 2 * 28,
-                        packet = symbols + 6 * 12;
+                        packet = symbols + 7 * 12;
     ASSERT_EQ(module.size(), packet + 12 + 8 + 2 * 12);
     const std::string unsound = "cannot be told: the module is unsound";
     const struct {
@@ -149,7 +150,7 @@ TEST_F(Verify, TellsWhereAndWhatIsDifferent) {
     EXPECT_EQ(verify({"app.vlm", "app.out", "-e=names", "-fc"}).out, "app.vlm: in the binary form, must be text\n");
     const run_result other = verify({"app.vlm", "app.out"});
     EXPECT_EQ(other.status, 1);
-    EXPECT_THAT(other.out, testing::AllOf(HasSubstr("symbol count is 0x0006, must be 0x0008\n"),
+    EXPECT_THAT(other.out, testing::AllOf(HasSubstr("symbol count is 0x0007, must be 0x0009\n"),
                                           HasSubstr("section .old:a: only in the second\n"),
                                           testing::Not(HasSubstr("string table: \""))));
     support::bytes text = second_opinion::as_text(module, second_opinion::byte_order::little);
@@ -204,8 +205,9 @@ TEST_F(Verify, AccountsForEverythingInTheInput) {
               "  4 .none: left out: empty, and no symbol of the module lies in it\n"
               "  5 .old:a: left out: excluded by !.old\n"
               "  6 .bss: in the module as number 2: uninitialised, relocated, 0 packets\n"
-              "10 symbols:\n"
+              "11 symbols:\n"
               "  C_EXT: 4 exported\n"
+              "  C_EXT: 1 imported, as its section is left out\n"
               "  C_EXT: 1 imported\n"
               "  C_EXT: 2 left out: no entry names it\n"
               "  C_STAT: 1 nameless, for relocations\n"
@@ -220,6 +222,7 @@ TEST_F(Verify, AccountsForEverythingInTheInput) {
               "  6 _unnamed (C_EXT): left out: no entry names it\n"
               "  8 _at_end (C_EXT): exported, entry -@.bss\n"
               "  9 .bss (C_EXT): exported, entry -.bss (always there)\n"
+              "  10 _api_gone (C_EXT): imported, as its section is left out, entry ^_api_\n"
               "6 relocations:\n"
               "  1 .text: 1 R_RELBYTE: left out: outside the packets\n"
               "  1 .text: 2 R_RELLONG: in packets\n"

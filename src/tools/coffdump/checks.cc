@@ -1,3 +1,4 @@
+// An examination from end to end: read the files, convert, find and mend the faults, convert again, judge.
 #include "tools/coffdump/checks.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// In the order of a conversion: what can be judged before it is mended, and what counts only if the module holds it is
+// noted for afterwards.
 #include "tools/coffdump/conversion_checks.h"
 
 #include <algorithm>
@@ -86,7 +88,7 @@ void conversion_checks::look_at_symbols() {
 
 void conversion_checks::look_at_symbol(std::uint32_t index, syment symbol) {
     const int sections = image_.header().fh_nscns;
-    const bool is_start = image_.name(symbol.n_name, image_.symbol_at(index)) == "__DLStart" && !symbols_only_;
+    const bool is_start = image_.name(symbol.n_name, image_.symbol_at(index)) == so::entry_symbol && !symbols_only_;
     const std::string title = image_.symbol_title(index) + ", at offset " + hex_number(image_.symbol_at(index));
     if (is_start && symbol.n_scnum == 0)
         error(title + ", is undefined", "ERROR: Symbol _DLStart is undefined. Improper linkage for entry point",

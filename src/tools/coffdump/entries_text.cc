@@ -1,8 +1,10 @@
+// Splits entries files as modforge does, but remembers lines and columns, and what people get wrong in such files.
 #include "tools/coffdump/entries_text.h"
 
 #include <algorithm>
 #include <iterator>
 
+#include "format/special_names.h"
 #include "tools/second_opinion/facts.h"
 
 namespace {
@@ -127,6 +129,6 @@ void read_entries(const std::string& file, std::string& text, std::vector<placed
 }
 
 void add_default_entries(std::vector<placed_entry>& entries) {
-    for (const std::string_view text : {"-__DLModules", "-.bss"})
+    for (const std::string_view text : default_entries)
         entries.push_back(make_entry(text));
 }

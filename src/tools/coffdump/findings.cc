@@ -1,3 +1,4 @@
+// Findings in the order in which they came, with the way out told once for each kind.
 #include "tools/coffdump/findings.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Takes the class library's messages and its ends of the run for its own, and reads on behind them.
 #include "tools/coffdump/input_file.h"
 
 #include <algorithm>
@@ -11,12 +12,12 @@
 #include "coff/coff_section.h"
 #include "coff/coff_symbol.h"
 #include "coff/coff_symbol_table.h"
+#include "format/limits.h"
 #include "msg/end_run.h"
 #include "msg/user_msg.h"
 #include "tools/common/file_input.h"
 #include "tools/common/text_forms.h"
 #include "tools/common/tool_run.h"
-#include "tools/second_opinion/facts.h"
 
 namespace {
 
@@ -169,7 +170,7 @@ void input_file::read_remaining_relocations() {
     std::uint64_t total = 0;
     for_each_section(file_, [&](COFF_SECTION& section) {
         total += std::uint64_t{section.sh_nreloc()} * sizeof(reloc);
-        if (total <= second_opinion::memory_limit(static_cast<std::uint32_t>(file_.file_length())))
+        if (total <= proportionate_size(file_.file_length()))
             try_step([&] { (void)section.read_scn(); });
     });
 }

@@ -1,3 +1,4 @@
+// The document is printed piece by piece, so that no large file has to fit into memory twice.
 #include "tools/coffdump/json_form.h"
 
 #include <algorithm>
@@ -167,7 +168,7 @@ void print_strings(COFF_FILE& input, std::FILE* out) {
     if (!input.try_load_strings())
         return;
     const std::string_view table = input.strtab_bytes();
-    for (std::size_t offset = 4; offset < table.size();) {
+    for (std::size_t offset = strtab_length_word; offset < table.size();) {
         const std::string_view text = table.substr(offset, table.find('\0', offset) - offset);
         json object = {{"offset", offset}};
         put_name(object, "string", text);

@@ -1,8 +1,11 @@
+// The distance between names, with swapped neighbours as one mistake.
 #include "tools/coffdump/near_names.h"
 
 #include <algorithm>
 #include <numeric>
 #include <utility>
+
+#include "format/limits.h"
 
 namespace {
 
@@ -45,11 +48,10 @@ std::size_t distance(std::string_view a, std::string_view b, std::size_t limit) 
 }  // namespace
 
 std::string nearest_name(std::string_view name, const std::vector<std::string_view>& candidates, bool as_prefix) {
-    constexpr std::size_t longest = 255;  // of an entry
     std::size_t limit = std::min<std::size_t>(3, name.size() / 4);
     std::string_view best;
     for (std::string_view candidate : candidates) {
-        if (candidate.size() > longest && !as_prefix)
+        if (candidate.size() > max_entry_length && !as_prefix)
             continue;
         if (as_prefix)
             candidate = candidate.substr(0, name.size());

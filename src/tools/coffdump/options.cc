@@ -1,3 +1,4 @@
+// What the parser library is told: options of the listing, and the two commands.
 #include "tools/coffdump/options.h"
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// Where the records of a file lie, and its names, without believing any number in it.
 #include "tools/coffdump/raw_image.h"
 
 #include <algorithm>
@@ -36,12 +37,12 @@ std::uint32_t raw_image::strings_length() const {
 
 std::optional<std::uint32_t> raw_image::strings_size() const {
     const std::uint32_t length = strings_length();
-    return length >= 4 && holds(strings_at_, length) ? std::optional(length) : std::nullopt;
+    return length >= strtab_length_word && holds(strings_at_, length) ? std::optional(length) : std::nullopt;
 }
 
 std::optional<std::string_view> raw_image::string(std::uint32_t offset) const {
     const std::optional<std::uint32_t> length = strings_size();
-    if (!length || offset < 4 || offset >= *length || strings_at_ + offset > last_nul_)
+    if (!length || offset < strtab_length_word || offset >= *length || strings_at_ + offset > last_nul_)
         return std::nullopt;
     const auto* const text = reinterpret_cast<const char*>(&bytes_[strings_at_ + offset]);
     return std::string_view(text, strnlen(text, size() - strings_at_ - offset));  // mending may have taken the NUL

@@ -1,6 +1,5 @@
 // In the order in which the file is read: headers, symbols, names, relocations.
 #include "tools/coffdump/reading_checks.h"
-#include "format/limits.h"
 
 #include <algorithm>
 #include <utility>
@@ -44,11 +43,12 @@ private:
     bool check_file_header() {
         if (image_.size() > std::uint64_t{max_coff_file_size}) {
             error("the file has " + number(image_.size()) + " bytes",
-                  ">>   error: " + path_ + ": too long: a file may have 2147483647 bytes", "strip debug information");
+                  ">>   error: " + path_ + ": too long: a file may have " + number(max_coff_file_size) + " bytes",
+                  "strip debug information");
             return false;
         }
         if (!image_.holds(0, sizeof(filehdr))) {
-            error("the file has " + counted(image_.size(), "byte") + ", a file header 22",
+            error("the file has " + counted(image_.size(), "byte") + ", a file header " + number(sizeof(filehdr)),
                   ">>   error: Failed to read file and/or section headers", cut_short);
             return false;
         }
@@ -159,9 +159,9 @@ private:
     }
 
     std::string strings_fault() const {
-        if (!image_.holds(image_.strings_at(), 4))
+        if (!image_.holds(image_.strings_at(), strtab_length_word))
             return "the file ends before its string table";
-        if (image_.strings_length() < 4)
+        if (image_.strings_length() < strtab_length_word)
             return "the length of the string table is below 4";
         return "the string table runs past the end of the file";
     }

@@ -1,3 +1,4 @@
+// The summary, and the parts that are asked for; the class library lists each.
 #include "tools/coffdump/show.h"
 
 #include <functional>

@@ -1,3 +1,4 @@
+// What the JSON library does not do by itself: names that are no UTF-8.
 #include "tools/common/json_text.h"
 
 #include "tools/common/text_forms.h"

@@ -1,3 +1,4 @@
+// Line breaks and commas by the levels that are open; text waits until a piece worth writing has come together.
 #include "tools/common/json_writer.h"
 
 #include <algorithm>

@@ -1,7 +1,9 @@
+// One way to write a name, a byte, a number and a count, for both companions.
 #include "tools/common/text_forms.h"
 
-#include "coff/listing_text.h"
 #include <cstdio>
+
+#include "coff/listing_text.h"
 
 std::string printable(std::string_view name) {
     return printable(name.data(), name.size());

@@ -1,3 +1,4 @@
+// What became of relocations is counted when somebody asks: a conversion does not need it.
 #include "tools/second_opinion/account.h"
 
 #include <map>

@@ -1,3 +1,4 @@
+// Reads in the order in which the converter must refuse: headers, symbols, names, relocations.
 #include "tools/second_opinion/coff_input.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Tokens into four lists, look-ups by name and prefix, and the warnings in their order.
 #include "tools/second_opinion/entries.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The relocation types by what they have in common, a line for each width: not the converter's rows written again.
 #include "tools/second_opinion/facts.h"
 
 #include <array>

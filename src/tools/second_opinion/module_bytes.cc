@@ -1,3 +1,4 @@
+// The records in front of the packets, field by field as they lie in the file, and the text form.
 #include "tools/second_opinion/module_bytes.h"
 
 #include <algorithm>

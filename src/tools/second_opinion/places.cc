@@ -1,3 +1,4 @@
+// From an offset to words: walks the module's records up to the one that holds it.
 #include "tools/second_opinion/places.h"
 
 #include <algorithm>

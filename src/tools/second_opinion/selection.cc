@@ -1,3 +1,4 @@
+// References first, then sections, then symbols: each stage asks what the one before has found.
 #include "tools/second_opinion/selection.h"
 
 #include <algorithm>

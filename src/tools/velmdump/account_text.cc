@@ -1,7 +1,9 @@
+// A list for sections, one for classes, one for symbols, one for relocations; words for each fate.
 #include "tools/velmdump/account_text.h"
 
 #include <map>
 #include <string>
+#include <utility>
 
 #include "coff/listing_text.h"
 #include "format/storage_classes.h"
@@ -52,10 +54,21 @@ const char* words(section_fate fate) {
     return "";
 }
 
-const char* words(symbol_fate fate) {
+/// What became of symbol `i`, and whether its section is left out: to a loader it is an import then, whatever exports it.
+using shown_fate = std::pair<symbol_fate, bool>;
+
+shown_fate fate_of(const account& told, std::size_t i) {
+    const symbol_fate fate = told.symbols[i].fate;
+    const std::int16_t number = told.input->symbols[i].scnum;
+    return {fate,
+            fate == symbol_fate::exported && number > 0 && told.section_numbers[static_cast<std::size_t>(number)] == 0};
+}
+
+const char* words(const shown_fate& shown) {
+    const auto [fate, left_out] = shown;
     switch (fate) {
     case symbol_fate::exported:
-        return "exported";
+        return left_out ? "imported, as its section is left out" : "exported";
     case symbol_fate::imported:
         return "imported";
     case symbol_fate::nameless:
@@ -110,9 +123,9 @@ void print_sections(const account& told, std::FILE* out) {
 }
 
 void print_classes(const account& told, std::FILE* out) {
-    std::map<int, std::map<symbol_fate, unsigned long>> classes;
+    std::map<int, std::map<shown_fate, unsigned long>> classes;
     for (std::size_t i = 0; i < told.symbols.size(); ++i)
-        ++classes[told.input->symbols[i].sclass][told.symbols[i].fate];
+        ++classes[told.input->symbols[i].sclass][fate_of(told, i)];
     std::fprintf(out, "%s:\n", counted(told.symbols.size(), "symbol").c_str());
     for (const auto& [sclass, fates] : classes)
         for (const auto& [fate, count] : fates)
@@ -126,7 +139,7 @@ void print_symbols(const account& told, std::FILE* out) {
         if (result.fate == symbol_fate::class_unkept)  // most of the table, and all is said with the class
             continue;
         std::fprintf(out, "  %u %s (%s): %s", sym.index, shown(sym.name).c_str(), class_name(sym.sclass).c_str(),
-                     words(result.fate));
+                     words(fate_of(told, i)));
         if (result.by)
             std::fprintf(out, ", entry %s", as_written(*result.by).c_str());
         if (!told.symbols_only && sym.name == second_opinion::entry_symbol)

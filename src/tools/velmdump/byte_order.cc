@@ -33,11 +33,15 @@ public:
         for (const section_place& section : module_.sections)
             for (const packet_place& packet : module_.packets(section))
                 put_packet_sum(packet);
-        put_sum(40, module_.section_headers(), module_.symbol_records());
-        put_sum(44, velm_strtab_offset, module_.section_headers());
-        put_sum(48, module_.symbol_records(), module_.tables_end);
+        constexpr std::size_t verification = sizeof(velm_filehdr);
+        constexpr std::size_t own_sum = verification + offsetof(velm_verifyrec, verifyrec_checksum);
+        put_sum(verification + offsetof(velm_verifyrec, scnhdr_checksum), module_.section_headers(),
+                module_.symbol_records());
+        put_sum(verification + offsetof(velm_verifyrec, strtab_checksum), velm_strtab_offset,
+                module_.section_headers());
+        put_sum(verification + offsetof(velm_verifyrec, symtab_checksum), module_.symbol_records(), module_.tables_end);
         put_sum(offsetof(velm_filehdr, header_checksum), 0, offsetof(velm_filehdr, header_checksum));
-        put_sum(52, sizeof(velm_filehdr), 52);
+        put_sum(own_sum, verification, own_sum);
         return std::move(result_);
     }
 

@@ -1,3 +1,4 @@
+// The command check: the findings of each file, as lines or as a document.
 #include <algorithm>
 #include <cstdio>
 

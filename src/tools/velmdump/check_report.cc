@@ -1,3 +1,4 @@
+// Keeps the first hundred findings of a kind, and of the others the last and their number.
 #include "tools/velmdump/check_report.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Arguments that several commands have.
 #include "tools/velmdump/commands.h"
 
 namespace {

@@ -1,3 +1,4 @@
+// The command convert.
 #include "tools/common/tool_run.h"
 #include "tools/velmdump/byte_order.h"
 #include "tools/velmdump/commands.h"

@@ -1,3 +1,4 @@
+// The command diff: differences as lines or as a document.
 #include <algorithm>
 #include <cstdio>
 

@@ -1,3 +1,4 @@
+// Names are looked at once for each place in a string table, however many records share it.
 #include "tools/velmdump/diff_names.h"
 
 #include <algorithm>

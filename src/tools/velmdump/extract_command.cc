@@ -1,3 +1,4 @@
+// The command extract.
 #include "tools/common/file_input.h"
 #include "tools/common/text_forms.h"
 #include "tools/common/tool_run.h"

@@ -1,3 +1,4 @@
+// Lines of 16 bytes run on over the borders of packets.
 #include "tools/velmdump/hex_dump.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Every record of a module as an object, in the order of the file, written while it is read.
 #include "tools/velmdump/json_form.h"
 
 #include <string_view>

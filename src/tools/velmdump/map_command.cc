@@ -1,3 +1,4 @@
+// The command map.
 #include "tools/common/tool_run.h"
 #include "tools/velmdump/commands.h"
 #include "tools/velmdump/drawn_text.h"

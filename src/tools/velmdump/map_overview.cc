@@ -1,3 +1,4 @@
+// All sections in one line to one scale, none of them too narrow to be seen; index and imports in columns.
 #include "tools/velmdump/map_overview.h"
 
 #include <algorithm>

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <utility>
 
+#include "format/coff_records.h"
 #include "format/module_format.h"
 
 namespace {
@@ -23,10 +24,6 @@ using module_head = std::array<std::uint32_t, head_words>;
 
 /// More stretches than a text that people edited has; behind so many, lines are not known.
 constexpr std::size_t most_stretches = 65536;
-
-std::uint32_t swapped(std::uint32_t w) {
-    return w << 24 | (w & 0xFF00U) << 8 | (w >> 8 & 0xFF00U) | w >> 24;
-}
 
 std::uint32_t load(const unsigned char* place, bool big_endian) {
     std::uint32_t w = 0;
@@ -158,7 +155,7 @@ module_bytes decode_text(const std::vector<unsigned char>& text, bool big_endian
 std::string why_nothing(const std::vector<unsigned char>& contents) {
     if (contents.empty())
         return "it is empty";
-    if (contents.size() >= 2 && contents[0] + contents[1] == 0xC2 && contents[0] * contents[1] == 0)
+    if (contents.size() >= 2 && contents[0] + contents[1] == coff_version_2 && contents[0] * contents[1] == 0)
         return "it looks like a COFF file, of which modforge makes a module";
     return "neither its byte-order word nor a checksum of its header is in place";
 }

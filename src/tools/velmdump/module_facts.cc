@@ -1,3 +1,4 @@
+// Words for the header, for sections and for fields, as show, map and report have them.
 #include "tools/velmdump/module_facts.h"
 
 #include <algorithm>

@@ -19,13 +19,13 @@ std::vector<std::pair<std::string, std::string>> module_facts(const velm_module&
 /// The file name of the COFF executable that the module was made from; empty when it is not on record.
 std::string_view module_name(const velm_module& module);
 
-/// "16-bit address units", of the whole module or, when its sections differ, of most of them.
+/// "16-bit address units": those of the target, and in how many sections they are others.
 std::string unit_words(const velm_module& module);
 
 /// ".text+0x100 (0x00010100)", "0x00010100, absolute", or "none".
 std::string entry_words(const velm_module& module, name_writer written);
 
-/// "0x1220: big-endian contents, merged tags": the flags of the COFF file.
+/// "0x1220: big-endian contents, tags merged": the flags of the COFF file.
 std::string file_flag_words(std::uint16_t flags);
 
 /// Name, or number, of the module section that a symbol or the entry point names; "undefined" and "absolute", too.

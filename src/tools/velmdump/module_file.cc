@@ -1,3 +1,4 @@
+// Reading, then the checks, then the decision whether the command gets the module.
 #include "tools/velmdump/module_file.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Every byte of a section's packets counted under one head.
 #include "tools/velmdump/module_sizes.h"
 
 #include <algorithm>

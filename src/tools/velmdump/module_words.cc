@@ -1,3 +1,4 @@
+// Words for flags, sections, symbols and relocations, for listings and messages alike.
 #include "tools/velmdump/module_words.h"
 
 #include <cstdio>

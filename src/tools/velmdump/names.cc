@@ -1,3 +1,4 @@
+// Names from modules and from lists; what is on offer is kept in printable form, as lists have it.
 #include "tools/velmdump/names.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// What a relocation record says by itself, and where its field lies in packet and section.
 #include "tools/velmdump/reloc_checks.h"
 
 #include <cstddef>

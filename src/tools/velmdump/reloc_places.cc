@@ -1,3 +1,4 @@
+// A count that needs every relocation of a module.
 #include "tools/velmdump/reloc_places.h"
 
 #include "format/reloc_types.h"

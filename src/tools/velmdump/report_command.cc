@@ -1,3 +1,4 @@
+// The command report: takes unsound modules, too, and tells them by its status.
 #include "tools/common/tool_run.h"
 #include "tools/velmdump/commands.h"
 #include "tools/velmdump/module_file.h"

@@ -1,3 +1,4 @@
+// The style sheet of the report, for light and dark.
 #include "tools/velmdump/report_page.h"
 
 const char* const report_style = R"(

@@ -1,3 +1,4 @@
+// A table as JSON that the page's script reads; texts apart from the rows that refer to them.
 #include "tools/velmdump/report_table.h"
 
 #include <utility>

@@ -1,3 +1,4 @@
+// Which columns each table has, and what of a module goes into them.
 #include "tools/velmdump/report_tables.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Section by section what its header may say, then what holds for all together: order, places, the entry point.
 #include "tools/velmdump/section_checks.h"
 
 #include <algorithm>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "format/coff_records.h"
+#include "format/special_names.h"
 #include "format/targets.h"
 #include "tools/common/text_forms.h"
 #include "tools/velmdump/check_report.h"
@@ -79,7 +81,7 @@ void check_section(const velm_module& module, const section_place& section, cons
                    check_report& report) {
     const velm_scnhdr_record& header = section.header;
     // Without a name to trust, the rules about .cinit cannot be asked.
-    const bool cinit = !parts.strings || module.name(section) == ".cinit";
+    const bool cinit = !parts.strings || module.name(section) == cinit_section_name;
     if (const char* fault = fault_in_flags(section, cinit, stripped)) {
         report.error(section.offset + offsetof(velm_scnhdr_record, flags), "section flags 0x%04X: %s", header.flags,
                      fault);
@@ -112,7 +114,7 @@ int group_of(const velm_module& module, const section_place& section) {
     if (is_relocated(section))
         return 1;
     if (has_data(section))  // a copy section of that name has the flag as well
-        return module.name(section) == ".cinit" ? 0 : 1;
+        return module.name(section) == cinit_section_name ? 0 : 1;
     return section.header.npackets != 0 ? 3 : 2;
 }
 

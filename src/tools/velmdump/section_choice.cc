@@ -1,3 +1,4 @@
+// By name first; a number counts only where no section is named so.
 #include "tools/velmdump/section_choice.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Both cursors step over packets that have nothing for them.
 #include "tools/velmdump/section_cursors.h"
 
 #include <cstring>

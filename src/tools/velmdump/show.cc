@@ -1,3 +1,4 @@
+// The summary, then each part that was asked for.
 #include "tools/velmdump/show.h"
 
 #include <algorithm>

@@ -18,7 +18,7 @@ struct show_options {
 };
 
 /// Prints the summary and what the options ask for; of an unsound module it says so first. False when a section is asked
-/// for that is not there. Names of more than 255 bytes, or 80 beside relocations, are cut but in the list of strings.
+/// for that is not there. Names of more than 255 bytes are cut, but not in the list of strings.
 bool show_module(const module_file& file, const show_options& options, std::FILE* out);
 
 #endif

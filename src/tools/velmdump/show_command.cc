@@ -1,3 +1,4 @@
+// The command show.
 #include "tools/common/text_forms.h"
 #include "tools/common/tool_run.h"
 #include "tools/velmdump/commands.h"

@@ -1,3 +1,4 @@
+// Elements and attributes of SVG, with every text escaped on its way.
 #include "tools/velmdump/svg_pen.h"
 
 #include <cmath>

@@ -1,4 +1,5 @@
-// Draws the shapes of a map as SVG. Colours are classes; svg_map_style() says what they look like, in light and dark.
+// Draws the shapes of a map as SVG. Colours are classes; the style in svg_map.cc says what they look like, in light and
+// dark.
 #ifndef MODFORGE_TOOLS_VELMDUMP_SVG_PEN_H
 #define MODFORGE_TOOLS_VELMDUMP_SVG_PEN_H
 

@@ -1,3 +1,4 @@
+// Symbol by symbol: what no converter writes, and what is legal but may surprise.
 #include "tools/velmdump/symbol_checks.h"
 
 #include <algorithm>
@@ -6,6 +7,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "format/special_names.h"
 #include "format/storage_classes.h"
 #include "tools/velmdump/check_report.h"
 #include "tools/velmdump/checks.h"
@@ -54,7 +56,7 @@ private:
         else if (symbol.section > static_cast<int>(module_.header.nscns))
             report_.error(at + offsetof(velm_symbol_record, section), "symbol in section %d of %u", symbol.section,
                           module_.header.nscns);
-        else if (!symbols_only_ && named && parts_.strings && module_.name(symbol) == "__DLStart")
+        else if (!symbols_only_ && named && parts_.strings && module_.name(symbol) == entry_symbol_name)
             report_.error(at, "__DLStart has a name: it is only known as the entry point");
     }
 

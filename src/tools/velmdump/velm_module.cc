@@ -1,3 +1,4 @@
+// Takes the records out of the bytes, as far as the file holds them, and finds the packets.
 #include "tools/velmdump/velm_module.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Digits in groups, hexadecimal words, dates.
 #include "tools/velmdump/words.h"
 
 #include <cstdio>
