@@ -7,6 +7,7 @@
 
 #include "format/limits.h"
 #include "msg/end_run.h"
+#include "msg/patient_io.h"
 #include "msg/user_msg.h"
 
 COFF_FILE::COFF_FILE(bool any_target) : any_target_(any_target) {}
@@ -68,21 +69,22 @@ int COFF_FILE::read(std::FILE* fp, bool) {
 bool COFF_FILE::set_file_length(std::FILE* fp) {
     if (!fp)
         UMSG.die("COFF_FILE::set_file_length", "missing input file");
+    failed_ = true;
     const long position = std::ftell(fp);
-    if (position < 0 || std::fseek(fp, 0, SEEK_END) != 0) {
-        UMSG.message(USER_MSG::ERROR, "%s: cannot be read in any order: %s", label(), std::strerror(errno));
-        return false;
-    }
-    const long length = std::ftell(fp);
-    std::fseek(fp, 0, SEEK_SET);
+    const long length = position < 0 || std::fseek(fp, 0, SEEK_END) != 0 ? -1 : std::ftell(fp);
     // Opening and measuring a directory succeeds; the first read does not.
-    errno = 0;
-    if (std::fgetc(fp) == EOF && std::ferror(fp)) {
+    char first;
+    const bool sought = length >= 0 && std::fseek(fp, 0, SEEK_SET) == 0;
+    if (sought && read_bytes(&first, 1, fp) == 0 && std::ferror(fp)) {
         UMSG.message(USER_MSG::ERROR, "%s: cannot be read: %s", label(), std::strerror(errno));
         return false;
     }
-    std::fseek(fp, position, SEEK_SET);
-    if (length < 0 || length > max_coff_file_size) {
+    if (!sought || std::fseek(fp, position, SEEK_SET) != 0) {
+        UMSG.message(USER_MSG::ERROR, "%s: cannot be read in any order: %s", label(), std::strerror(errno));
+        return false;
+    }
+    failed_ = false;
+    if (length > max_coff_file_size) {
         UMSG.message(USER_MSG::ERROR, "%s: too long: a file may have %d bytes", label(), max_coff_file_size);
         return false;
     }
@@ -97,6 +99,14 @@ bool COFF_FILE::holds(std::int64_t position, std::uint64_t size) const {
 
 bool COFF_FILE::read_at(std::int64_t position, void* buffer, std::size_t size) {
     return window_.read(position, buffer, size);
+}
+
+bool COFF_FILE::read_next(void* buffer, std::size_t size) {
+    const std::size_t got = read_bytes(buffer, size, fp_);
+    if (got == size)
+        return true;
+    failed_ = failed_ || holds(std::ftell(fp_) - static_cast<long>(got), size);
+    return false;
 }
 
 const unsigned char* COFF_FILE::view_at(std::int64_t position, std::size_t size, std::size_t ahead) {
@@ -130,7 +140,9 @@ bool COFF_FILE::read_headers() {
 bool COFF_FILE::read_file_hdr() {
     if (!fp_)
         UMSG.die("COFF_FILE::read_file_hdr", "missing input file");
-    if (std::fseek(fp_, file_start_, SEEK_SET) != 0 || std::fread(&file_hdr_, sizeof file_hdr_, 1, fp_) != 1)
+    if (std::fseek(fp_, file_start_, SEEK_SET) != 0)
+        failed_ = true;
+    if (failed_ || !read_next(&file_hdr_, sizeof file_hdr_))
         return false;
     byte_swapped_ = file_hdr_.fh_magic == swapped(coff_version_2);
     if (!byte_swapped_ && file_hdr_.fh_magic != coff_version_2) {
@@ -151,7 +163,8 @@ bool COFF_FILE::read_file_hdr() {
     // On purpose a header of any other size is neither read nor skipped.
     if (file_hdr_.fh_opthdr == sizeof opt_hdr_) {
         unsigned char bytes[sizeof opt_hdr_] = {};  // what a short file does not hold stays zero
-        (void)!std::fread(bytes, 1, sizeof bytes, fp_);
+        if (!read_next(bytes, sizeof bytes) && failed_)
+            return false;
         std::memcpy(&opt_hdr_, bytes, sizeof opt_hdr_);
         if (byte_swapped_)
             swap_record(opt_hdr_);
@@ -169,7 +182,7 @@ bool COFF_FILE::read_section_hdr(int index) {
     if (!fp_)
         UMSG.die("COFF_FILE::read_section_hdr", "missing input file");
     scnhdr header;
-    if (std::fread(&header, sizeof header, 1, fp_) != 1)
+    if (!read_next(&header, sizeof header))
         return false;
     if (byte_swapped_)
         swap_record(header);

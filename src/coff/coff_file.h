@@ -146,7 +146,11 @@ public:
     bool holds(std::int64_t position, std::uint64_t size) const;
     /// Reads `size` bytes from `position` of the stream, which stays where it is; false if it ends too soon.
     [[nodiscard]] bool read_at(std::int64_t position, void* buffer, std::size_t size);
-    /// The same without a copy, as input_window::view().
+    /// Reads `size` bytes from where the stream stands; false if it ends too soon.
+    [[nodiscard]] bool read_next(void* buffer, std::size_t size);
+    /// Whether the system has ever not given what lies inside the file: then what was found missing says nothing of it.
+    [[nodiscard]] bool reading_failed() const { return failed_ || window_.failed(); }
+    /// The same as read_at() without a copy, as input_window::view().
     const unsigned char* view_at(std::int64_t position, std::size_t size, std::size_t ahead);
     /// The name that a string-table offset in a section or symbol stands for: empty for 0, without needing the table.
     const char* long_name(std::uint32_t offset) { return offset ? string(offset) : ""; }
@@ -198,6 +202,7 @@ private:
     std::unordered_map<std::string, std::uint32_t> string_hash_;
     std::uint16_t next_scnum_ = 1;
     bool any_target_ = false;
+    bool failed_ = false;  ///< a read of the stream, or a search in it
 
     std::int64_t strtab_position_ = 0;  ///< in the input, fixed when the headers are read; moved headers do not move it
     std::uint32_t strtab_last_nul_ = 0;                   ///< a string that begins behind it does not end

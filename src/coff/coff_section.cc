@@ -11,6 +11,7 @@
 #include "format/special_names.h"
 #include "msg/allocation.h"
 #include "msg/end_run.h"
+#include "msg/patient_io.h"
 #include "msg/user_msg.h"
 
 namespace {
@@ -160,7 +161,7 @@ void COFF_SECTION::read_data_image(const char* path) {
     set_mwidth(8);
     add_flag(s_copy);
     alloc_raw_data(static_cast<std::uint32_t>(length));
-    if (std::fread(raw_data_.get(), 1, raw_size_, image.get()) != raw_size_)
+    if (read_bytes(raw_data_.get(), raw_size_, image.get()) != raw_size_)
         UMSG.message(USER_MSG::ERROR, "Cannot read input file '%s'", path);
 }
 

@@ -45,8 +45,10 @@ bool COFF_FILE::try_load_strings() {
 
 /// What is wrong with the input's string table, null if nothing is; its length then.
 const char* COFF_FILE::strtab_fault(std::uint32_t& length) {
-    if (!holds(strtab_position_, strtab_length_word) || !read_at(strtab_position_, &length, strtab_length_word))
+    if (!holds(strtab_position_, strtab_length_word))
         return "the file ends before its string table";
+    if (!read_at(strtab_position_, &length, strtab_length_word))
+        return "cannot read the string table";
     if (byte_swapped_)
         swap4(&length);
     if (length < strtab_length_word)

@@ -37,7 +37,7 @@ void COFF_SYMBOL::read(COFF_FILE* file, std::uint32_t index) {
     if (!file || !file->stream())
         UMSG.die("COFF_SYMBOL::read", "missing input file");
     syment entry;
-    if (std::fread(&entry, sizeof entry, 1, file->stream()) != 1) {
+    if (!file->read_next(&entry, sizeof entry)) {
         UMSG.fatal_err("failed to read symbol table");
         end_run(EXIT_FAILURE);
     }
@@ -46,7 +46,7 @@ void COFF_SYMBOL::read(COFF_FILE* file, std::uint32_t index) {
     load(file, index, entry, nullptr);
     if (has_aux()) {
         unsigned char bytes[aux_size];
-        if (std::fread(bytes, sizeof bytes, 1, file->stream()) != 1) {
+        if (!file->read_next(bytes, sizeof bytes)) {
             UMSG.fatal_err("failed to read auxiliary entry");
             end_run(EXIT_FAILURE);
         }

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "msg/patient_io.h"
+
 #if !defined(_WIN32) && __has_include(<unistd.h>)
 #include <unistd.h>
 
@@ -20,7 +22,7 @@ constexpr std::size_t least_read = 4096;
 bool seek_and_read(std::FILE* stream, std::int64_t position, void* buffer, std::size_t size) {
     const long before = std::ftell(stream);
     const bool complete =
-        std::fseek(stream, static_cast<long>(position), SEEK_SET) == 0 && std::fread(buffer, 1, size, stream) == size;
+        std::fseek(stream, static_cast<long>(position), SEEK_SET) == 0 && read_bytes(buffer, size, stream) == size;
     std::fseek(stream, before, SEEK_SET);
     return complete;
 }
@@ -31,9 +33,9 @@ bool read_at(std::FILE* stream, std::int64_t position, void* buffer, std::size_t
     if (file < 0)  // a stream over memory
         return seek_and_read(stream, position, buffer, size);
     auto* to = static_cast<unsigned char*>(buffer);
-    while (size > 0) {
+    for (int interruptions = 0; size > 0;) {
         const ssize_t got = pread(file, to, size, static_cast<off_t>(position));
-        if (got == 0 || (got < 0 && errno != EINTR))
+        if (got == 0 || (got < 0 && (errno != EINTR || ++interruptions > most_interruptions)))
             return false;
         const auto count = static_cast<std::size_t>(std::max<ssize_t>(got, 0));
         to += count;
@@ -54,6 +56,12 @@ void input_window::open(std::FILE* stream, std::int64_t length) {
     begin_ = end_ = 0;
 }
 
+bool input_window::fetch(std::int64_t position, void* buffer, std::size_t size) {
+    const bool complete = read_at(stream_, position, buffer, size);
+    failed_ = failed_ || (!complete && static_cast<std::int64_t>(size) <= length_ - position);
+    return complete;
+}
+
 const unsigned char* input_window::view(std::int64_t position, std::size_t size, std::size_t ahead) {
     const auto wanted = static_cast<std::int64_t>(size);
     if (position >= begin_ && wanted <= end_ - position)
@@ -67,7 +75,7 @@ const unsigned char* input_window::view(std::int64_t position, std::size_t size,
     const auto count = static_cast<std::int64_t>(whole ? width : std::min(std::max(ahead, least_read), width));
     begin_ = end_ = begin;
     const std::int64_t end = std::min(begin + count, length_);
-    if (!read_at(stream_, begin, bytes_, static_cast<std::size_t>(end - begin)))
+    if (!fetch(begin, bytes_, static_cast<std::size_t>(end - begin)))
         return nullptr;
     end_ = end;
     return bytes_ + (position - begin_);
@@ -75,7 +83,7 @@ const unsigned char* input_window::view(std::int64_t position, std::size_t size,
 
 bool input_window::read(std::int64_t position, void* buffer, std::size_t size) {
     if (size > width)
-        return read_at(stream_, position, buffer, size);
+        return fetch(position, buffer, size);
     const unsigned char* const bytes = view(position, size, size);
     if (bytes && size != 0)
         std::memcpy(buffer, bytes, size);

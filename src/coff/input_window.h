@@ -21,11 +21,17 @@ public:
     /// Copies `size` bytes, any number, from `position` on; false if the file does not give them.
     [[nodiscard]] bool read(std::int64_t position, void* buffer, std::size_t size);
 
+    /// Whether the system has ever not given what lies inside the file.
+    [[nodiscard]] bool failed() const { return failed_; }
+
 private:
+    bool fetch(std::int64_t position, void* buffer, std::size_t size);
+
     std::FILE* stream_ = nullptr;
     std::int64_t length_ = 0;
     std::int64_t begin_ = 0;  ///< of the window, bytes from the start of the stream
     std::int64_t end_ = 0;
+    bool failed_ = false;
     unsigned char bytes_[width];  ///< not initialised: a small file touches a page or two of it
 };
 

@@ -11,6 +11,7 @@
 #include "format/limits.h"
 #include "format/special_names.h"
 #include "msg/error_exit.h"
+#include "msg/patient_io.h"
 
 const std::uint32_t fixed_hash_key = 27;
 static_assert(entries_buckets == (0xFFFFFFFFU >> fixed_hash_key) + 1);
@@ -59,7 +60,7 @@ private:
 
     int get() {
         if (at_ == end_) {
-            end_ = std::fread(buffer_, 1, sizeof buffer_, stream_);
+            end_ = read_bytes(buffer_, sizeof buffer_, stream_);
             at_ = 0;
             if (end_ == 0)
                 return EOF;

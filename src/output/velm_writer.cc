@@ -16,6 +16,7 @@
 #include "format/checksum.h"
 #include "format/limits.h"
 #include "msg/error_exit.h"
+#include "msg/patient_io.h"
 #include "output/same_file.h"
 #include "packets/image_packets.h"
 #include "packets/module_checksums.h"
@@ -33,7 +34,7 @@ void cannot_write() {
 }
 
 void write_through(const char* bytes, std::size_t size, std::FILE* stream) {
-    if (std::fwrite(bytes, 1, size, stream) != size)
+    if (write_bytes(bytes, size, stream) != size)
         cannot_write();
 }
 

@@ -2,49 +2,19 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
-#include <regex>
 #include <set>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "cases/messages_page.h"
 #include "cases/run_modforge.h"
 
 using namespace cases;
 using support::coff_image;
 
 namespace {
-
-/// The messages in the first column of the page, of all sections before the one that modforge never says.
-std::vector<std::string> page_rows() {
-    const support::bytes data = support::read_file(MODFORGE_SOURCE_DIR "/docs/messages.md");
-    std::string page(data.begin(), data.end());
-    page.resize(page.find("## From tools that use the class library"));
-    const std::regex row(R"re(\n\| `([^`]+)` \|)re");
-    std::vector<std::string> rows;
-    for (std::sregex_iterator at(page.begin(), page.end(), row), end; at != end; ++at)
-        rows.push_back((*at)[1]);
-    return rows;
-}
-
-/// What a row stands for: its capital words are filled in by the run.
-std::regex pattern_of(const std::string& row) {
-    const std::string escaped = std::regex_replace(row, std::regex(R"([.*+?^$(){}|\[\]\\])"), R"(\$&)");
-    return std::regex(std::regex_replace(escaped, std::regex(R"(\b(NAME|FILE|N|LINE|OPTION|REASON)\b)"), ".+"));
-}
-
-/// The lines of an output, those that the library wrapped put together again.
-std::vector<std::string> lines_of(const std::string& text) {
-    const std::string whole = std::regex_replace(text, std::regex("\n {10,}"), " ");
-    std::vector<std::string> lines;
-    for (std::size_t at = 0; at < whole.size();) {
-        const std::size_t end = std::min(whole.find('\n', at), whole.size());
-        lines.push_back(whole.substr(at, end - at));
-        at = end + 1;
-    }
-    return lines;
-}
 
 using image_change = std::function<void(coff_image&)>;
 using words = std::vector<std::string>;
@@ -181,13 +151,6 @@ const struct {
     {"WARNING: Output file FILE is the input file", nullptr, {"-o=in.out"}, "in.out", 0},
 };
 
-/// Rows that need a fault of the machine: tests/allocation and tests/faults meet them.
-const std::set<std::string> faults_of_the_machine = {
-    ">> fatal error: FILE: cannot read the contents of section NAME",
-    ">> fatal error: FILE: cannot read the relocations of section NAME",
-    ">> fatal error: FILE: cannot read the string table",
-};
-
 /// Three sections that share two gigabytes of a file that is all hole.
 void write_sparse(const workshop& shop) {
     coff_image image = small_image();
@@ -230,10 +193,7 @@ TEST(Messages, EachIsMadeAndStandsOnThePageAsPrinted) {
         const support::run_result run = shop.run(arguments, {.input = "x"});
         EXPECT_EQ(run.status, h.status) << run.err;
         EXPECT_EQ(shop.has("in.vlm"), h.status == 0 && h.options != words{"-o=in.out"});
-        const std::vector<std::string> lines = lines_of(run.err + run.out);
-        EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [&](auto& line) {
-            return std::regex_match(line, pattern_of(h.row));
-        })) << run.err;
+        EXPECT_TRUE(says(run.err + run.out, h.row)) << run.err;
     }
     for (const std::string& row : page)
         EXPECT_TRUE(met.count(row) != 0 || faults_of_the_machine.count(row) != 0 ||

@@ -14,6 +14,7 @@
 #include "coff/coff_symbol_table.h"
 #include "format/limits.h"
 #include "msg/end_run.h"
+#include "msg/patient_io.h"
 #include "msg/user_msg.h"
 #include "tools/common/file_input.h"
 #include "tools/common/text_forms.h"
@@ -70,11 +71,11 @@ bool input_file::open(const std::string& path) {
     std::error_code none;
     if (std::filesystem::is_regular_file(path, none)) {
         stream_.reset(std::fopen(path.c_str(), "rb"));
-        readable_ = stream_ && (std::fgetc(stream_.get()) != EOF || !std::ferror(stream_.get()));
+        char first;
+        readable_ = stream_ && (read_bytes(&first, 1, stream_.get()) != 0 || !std::ferror(stream_.get())) &&
+                    std::fseek(stream_.get(), 0, SEEK_SET) == 0;
         if (!readable_)
             complain("cannot read %s: %s", printable(path).c_str(), std::strerror(errno));
-        else
-            std::rewind(stream_.get());
         return readable_;
     }
     const auto contents = read_whole(path);

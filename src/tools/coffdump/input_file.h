@@ -23,6 +23,8 @@ public:
     bool readable() const { return readable_; }
     /// Whether nothing wrong was met so far.
     bool sound() const { return sound_; }
+    /// Whether the system did not give what is in the file, so that nothing that was told is certain.
+    bool reading_failed() const { return file_.reading_failed(); }
     /// Whether it has at least a file header of the right version.
     bool is_coff() const { return file_.fh_magic() == coff_version_2; }
     COFF_FILE& file() { return file_; }

@@ -50,7 +50,7 @@ int list(const coffdump_options& options) {
     bool found = true;
     if (input.is_coff())
         input.try_step([&] { found = print_listing(input.file(), options); });
-    return !found ? status_trouble : input.sound() ? status_good : status_faults;
+    return !found || input.reading_failed() ? status_trouble : input.sound() ? status_good : status_faults;
 }
 
 int run(const coffdump_options& options) {

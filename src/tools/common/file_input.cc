@@ -9,6 +9,7 @@
 #include <limits>
 #include <system_error>
 
+#include "msg/patient_io.h"
 #include "tools/common/text_forms.h"
 #include "tools/common/tool_run.h"
 
@@ -34,7 +35,7 @@ contents read_up_to(std::FILE* stream, std::size_t limit, bool size_is_known) {
     while (used < limit) {
         if (used == bytes.size())
             bytes.resize(size_is_known ? limit : std::min(limit, std::max(2 * used, first_step)));
-        const std::size_t got = std::fread(&bytes[used], 1, bytes.size() - used, stream);
+        const std::size_t got = read_bytes(&bytes[used], bytes.size() - used, stream);
         if (got == 0)
             break;
         used += got;
@@ -56,6 +57,8 @@ std::optional<contents> read_stream(std::FILE* stream, const std::string& path) 
     contents bytes = read_up_to(stream, size != 0 ? static_cast<std::size_t>(size) : largest_stream, size != 0);
     if (std::ferror(stream))
         return refuse(path, std::strerror(errno));
+    if (bytes.size() < size)
+        return refuse(path, "it became shorter meanwhile");
     if (size == 0 && bytes.size() == largest_stream && std::fgetc(stream) != EOF)
         return refuse(path, "it does not end within 2147483647 bytes");
     return bytes;

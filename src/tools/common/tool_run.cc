@@ -36,14 +36,19 @@ void complain(const char* format, ...) {
     std::fputc('\n', stderr);
 }
 
-int end_tool(int status) {
+bool standard_output_is_good() {
+    static bool good = true;
+    if (!good)
+        return false;
     errno = 0;
-    const bool flushed = std::fflush(stdout) == 0;
-    if (flushed && !std::ferror(stdout))
-        return status;
-    if (errno != 0)
+    good = std::fflush(stdout) == 0 && !std::ferror(stdout);
+    if (!good && errno != 0)
         complain("cannot write to standard output: %s", std::strerror(errno));
-    else
+    else if (!good)
         complain("cannot write to standard output");
-    return status_trouble;
+    return good;
+}
+
+int end_tool(int status) {
+    return standard_output_is_good() ? status : int{status_trouble};
 }

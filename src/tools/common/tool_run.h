@@ -17,8 +17,11 @@ void begin_tool(const char* name);
 /// One line on standard error: the name of the program, a colon, and the message, which has no line break.
 [[gnu::format(printf, 1, 2)]] void complain(const char* format, ...);
 
-/// To be called last: the status with which main ends. That is `status`, unless standard output did not take all that
-/// was printed: then a message says so and the status is `status_trouble`.
+/// Whether standard output has taken all that was printed so far. If not, a message says so, once.
+bool standard_output_is_good();
+
+/// To be called last: the status with which main ends. That is `status`, or `status_trouble` unless
+/// standard_output_is_good().
 int end_tool(int status);
 
 #endif

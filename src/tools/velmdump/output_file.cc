@@ -8,7 +8,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <optional>
+#include <system_error>
 
 #include "tools/common/text_forms.h"
 #include "tools/common/tool_run.h"
@@ -29,6 +31,13 @@ bool is_input(const std::string& path, const std::vector<std::string>& inputs) {
            });
 }
 
+/// Nothing but a regular file that has this very name: not a device, a pipe, or a link.
+void remove_begun(const std::string& path) {
+    std::error_code none;
+    if (std::filesystem::is_regular_file(std::filesystem::symlink_status(path, none)))
+        std::filesystem::remove(path, none);
+}
+
 bool fail(const std::string& path, int fault) {
     complain("cannot write %s: %s", printable(path).c_str(), std::strerror(fault));
     return false;
@@ -42,18 +51,19 @@ bool write_output(const std::string& path, const std::vector<std::string>& input
         complain("cannot write %s: it is an input", printable(path).c_str());
         return false;
     }
-    std::FILE* const out = path == "-" ? stdout : std::fopen(path.c_str(), "wb");
+    if (path == "-") {
+        print(stdout);
+        return standard_output_is_good();
+    }
+    std::FILE* const out = std::fopen(path.c_str(), "wb");
     if (!out)
         return fail(path, errno);
     print(out);
     const bool written = std::fflush(out) == 0 && !std::ferror(out);
     const int fault = errno;
-    if (out == stdout)
-        return written || fail(path, fault);
     if ((std::fclose(out) == 0) && written)
         return true;
     const int last_fault = written ? errno : fault;
-    if (facts_of(path, STDOUT_FILENO))
-        std::remove(path.c_str());
+    remove_begun(path);
     return fail(path, last_fault);
 }
