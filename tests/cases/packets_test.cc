@@ -108,6 +108,15 @@ TEST(Packets, AreCutSoThatNoFieldIsSplit) {
         }
 }
 
+// A record that is in a packet already holds an offset. Here that of the first, 200, is the address to which the cut of
+// the second packet goes back, and which its own first record has.
+TEST(Packets, TranslatedRecordsAreNotReadAgain) {
+    const conversion_request request = section_with(8, 200U - 310U, 620, {{200, byte1}, {310, byte1}, {597, byte4}});
+    expect_conversion(request);
+    EXPECT_EQ(packets_of(second_opinion::convert(request).module),
+              (std::vector<packet>{{300, {200}}, {296, {10}}, {24, {1}}}));
+}
+
 // For each type a section for each extent: its field begins so near the packet's end that it crosses from there on. The
 // field types describe theirs: of 16, 32 and 64 bits, which just cross, of 7 and 23, which just do not.
 TEST(Packets, EveryTypeHasItsExtent) {
@@ -137,6 +146,7 @@ TEST(Packets, RelocationsThatLieOddAreToldOf) {
         {"far behind the section", {{0x10000, byte4}}, {{300}, {4}}},
         {"back into an earlier packet", {{300, byte4}, {4, byte4}}, {{300}, {4, {0, 0xFFFFFED8}}}},
         {"past the cut that a later one made", {{290, byte8}, {294, byte8}}, {{294, {290}}, {10, {0}}}},
+        {"past it by one byte", {{291, byte4}, {294, byte8}}, {{294, {291}}, {10, {0}}}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);

@@ -1,6 +1,4 @@
 // Reading headers and strings, and what is refused.
-#include <unistd.h>
-
 #include <set>
 
 #include "coff_input.h"
@@ -142,27 +140,6 @@ TEST(CoffFile, TargetIdMattersUnlessAnyMayCome) {
     EXPECT_ENDS(read_and_exit(image.data(), false), "the specified file is not a valid \\?\\?\\? COFF file");
     image.target_id = 0;
     EXPECT_EXIT(read_and_exit(image.data(), false), ExitedWithCode(0), "^$");
-}
-
-TEST(CoffFile, TheLongestFile) {
-    const temporary_directory directory;
-    const std::string path = directory.write("sparse.out", two_sections().data());
-    ASSERT_EQ(truncate(path.c_str(), 0x7FFFFFFF), 0);
-    COFF_FILE file(true);
-    EXPECT_EQ(file.read(path.c_str(), false), 0);
-}
-
-// Pointers have a sign, strings an end; the other refusals show in whole runs of the converter.
-TEST(CoffFile, DamagedPointersAreRefused) {
-    coff_image image = two_sections();
-    image.sections[1] = {.relptr = 0xFFFFFFF0, .nreloc = 1};
-    EXPECT_ENDS(read_and_exit(image.data()), "relocations of section");
-    image = {.symbols = {{.name = "main"}}, .symptr = 0xFFFFFFFE};
-    EXPECT_ENDS(read_and_exit(image.data()), "failed to read symbol table");
-    image = {.symbols = {{.name_offset = 2}, {.name = "long_enough"}}};
-    EXPECT_ENDS(read_and_exit(image.data()), "no string at offset 2");
-    image = {.symbols = {{.name = "that_does_not_end"}}, .string_table_length = 4 + 17};
-    EXPECT_ENDS(read_and_exit(image.data()), "no string at offset 4");
 }
 
 TEST(CoffStrings, AddedOnesShareOffsetsAndGrowTheTableInSteps) {

@@ -6,7 +6,8 @@ namespace {
 
 using support::byte_order;
 
-/// Two functions with line numbers, long and short names, auxiliary entries, relocations.
+/// Two functions with line numbers and one in a section that there is not, long and short names, auxiliary entries,
+/// relocations.
 support::coff_image image_of(byte_order order) {
     support::coff_image image{.order = order, .target_id = 0x99};
     image.sections = {{.name = ".text",
@@ -18,7 +19,8 @@ support::coff_image image_of(byte_order order) {
         {.name = "source.c", .scnum = -2, .sclass = 103},
         {.name = "first", .type = 0x20, .aux = {support::aux_function(0, 16, 0, 3)}},
         {.name = "second_with_long_name", .value = 16, .type = 0x20, .aux = {support::aux_function(0, 16, 2, 5)}},
-        {.name = "last", .value = 0, .scnum = 2}};
+        {.name = "last", .value = 0, .scnum = 2},
+        {.name = "nowhere", .scnum = 3, .type = 0x20, .aux = {support::aux_function(0, 4, 0, 8)}}};
     return image;
 }
 
@@ -49,7 +51,12 @@ TEST_P(CoffLate, ObjectsAreThoseOfTheFileAsItWasRead) {
             }
         },
         [](coff_input& in) { in.file.fix_headers(); },
-        [](coff_input& in) { in.file.add_section(new COFF_SECTION(&in.file)); },
+        [](coff_input& in) {
+            auto* const section = new COFF_SECTION;
+            section->set_lnnoptr(600);
+            in.file.add_section(section);
+        },
+        [](coff_input& in) { in.section(1).init_section(std::make_unique<scnhdr>().get()); },
     };
     for (const auto& change : changes) {
         coff_input early(image_of(GetParam()));
@@ -57,8 +64,13 @@ TEST_P(CoffLate, ObjectsAreThoseOfTheFileAsItWasRead) {
         const auto expected = symbols_of(early.file);
         change(late);
         EXPECT_EQ(symbols_of(late.file), expected) << &change - changes;
-        EXPECT_EQ(late.file.symbol_table()->n_syms(), 6U);
+        EXPECT_EQ(late.file.symbol_table()->n_syms(), 8U);
     }
+    coff_input other(image_of(GetParam())), late(image_of(GetParam()));
+    late.file.symbol_table()->add_symbol(other.symbol(5).copy());
+    std::vector<std::string> names = names_of(other.file);
+    names.emplace_back("last");
+    EXPECT_EQ(names_of(late.file), names);
 }
 
 TEST_P(CoffLate, ViewsAndTablesTellWhatObjectsAndListsTell) {

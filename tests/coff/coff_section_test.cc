@@ -8,18 +8,6 @@ using testing::ElementsAre;
 
 MODFORGE_SUITE_IN_BOTH_ORDERS(CoffSectionInBothOrders);
 
-// The width of the target, unless the width byte replaces it: byte 44 as it lies in the file, in either order.
-TEST_P(CoffSectionInBothOrders, Widths) {
-    const std::tuple<std::uint16_t, std::uint8_t, int> cases[] = {
-        {0x93, 0, 32}, {0x97, 0, 8}, {0x98, 0, 16},  {0x99, 0, 8},   {0x9C, 0, 8},
-        {0x9D, 0, 16}, {0x9F, 0, 8}, {0x99, 16, 16}, {0x99, 32, 32}, {0x93, 8, 8}};
-    for (const auto& [target, mwidth, width] : cases) {
-        coff_input input(coff_image{.order = GetParam(), .target_id = target, .sections = {{.mwidth = mwidth}}});
-        EXPECT_EQ(input.section(1).wordsz(), width) << target;
-        EXPECT_EQ(input.section(1).sh_mwidth(), mwidth);
-    }
-}
-
 // What is a symbol index, a pushed constant or single bytes follows from the type; so does the displacement: types
 // without one keep its bytes as they lie in the file.
 TEST_P(CoffSectionInBothOrders, RelocationsAreSwappedByType) {

@@ -30,6 +30,7 @@ TEST(Facts, RelocationTypesMeanTheSame) {
             ASSERT_EQ(so::has_displacement(type), has_displacement(type)) << type;
         }
     }
+    EXPECT_EQ(reloc_stop(54, 1) + reloc_stop(54, 13) + reloc_stop(54, 16), 8 + 16 + 16);  // of a type without its own
 }
 
 TEST(Facts, NumbersAreTheSame) {
@@ -95,8 +96,8 @@ TEST(Facts, TargetsAndClassesAreTheSame) {
 
 TEST(Facts, UnitsAndBytesConvertAlike) {
     for (const std::uint32_t width : {8U, 16U, 32U})
-        for (const std::int64_t number : {0LL, 1LL, 3LL, 5LL, -1LL, -6LL, 0x0FFFFFFFLL, 0x10000000LL, 0x3FFFFFFFLL,
-                                          0x40000000LL, 0x7FFFFFFFLL, -0x80000000LL}) {
+        for (const std::int64_t number : {0LL, 1LL, 3LL, 5LL, -1LL, -6LL, 0x08000000LL, 0x0FFFFFFFLL, 0x10000000LL,
+                                          0x20000000LL, 0x3FFFFFFFLL, 0x40000000LL, 0x7FFFFFFFLL, -0x80000000LL}) {
             const auto value = static_cast<std::int32_t>(number);
             const int bits = static_cast<int>(width);
             EXPECT_EQ(so::units_to_bytes(static_cast<std::uint32_t>(value), width), AUtobyte(value, bits)) << number;

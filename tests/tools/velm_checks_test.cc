@@ -108,28 +108,6 @@ TEST(VelmChecks, EveryDamageIsFound) {
     }
 }
 
-/// Sums do not see two words that changed places. What holds the structure together does, mostly.
-TEST(VelmChecks, SwappedWordsAreFoundOutsideOfContents) {
-    const bytes sound = small_module(false);
-    const std::size_t strings_end = 56 + word_at(sound, 0);
-    const std::size_t symbols_end = strings_end + 28 * 3 + 12 * 4;
-    unsigned found = 0;
-    unsigned swaps = 0;
-    for (std::size_t a = 56; a + 4 < symbols_end; a += 4) {
-        const std::size_t b = a + 4;
-        bytes swapped = sound;
-        std::swap_ranges(swapped.begin() + static_cast<std::ptrdiff_t>(a),
-                         swapped.begin() + static_cast<std::ptrdiff_t>(a + 4),
-                         swapped.begin() + static_cast<std::ptrdiff_t>(b));
-        if (swapped == sound)
-            continue;
-        ++swaps;
-        found += has_errors(findings_of(swapped));
-    }
-    std::printf("%u of %u swaps of neighbouring words found\n", found, swaps);
-    EXPECT_GE(found * 10, swaps * 8);
-}
-
 /// Exclusive or of a word.
 struct change {
     std::size_t offset;
