@@ -13,6 +13,18 @@ namespace {
 
 const char* tool_name = "";
 
+/// The parser library has global objects that take memory before main begins, when no tool has a name yet.
+struct memory_before_main {
+    memory_before_main() {
+        static const allocation_scope scope("out of memory\n");
+        install_allocation_handler(status_trouble);
+    }
+};
+#ifdef __GNUC__
+[[gnu::init_priority(101)]]
+#endif
+[[maybe_unused]] const memory_before_main handled;
+
 }  // namespace
 
 void begin_tool(const char* name) {

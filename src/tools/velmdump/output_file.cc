@@ -12,6 +12,7 @@
 #include <optional>
 #include <system_error>
 
+#include "msg/end_run.h"
 #include "tools/common/text_forms.h"
 #include "tools/common/tool_run.h"
 
@@ -31,11 +32,12 @@ bool is_input(const std::string& path, const std::vector<std::string>& inputs) {
            });
 }
 
-/// Nothing but a regular file that has this very name: not a device, a pipe, or a link.
-void remove_begun(const std::string& path) {
-    std::error_code none;
-    if (std::filesystem::is_regular_file(std::filesystem::symlink_status(path, none)))
-        std::filesystem::remove(path, none);
+const char* begun = nullptr;  ///< what is to go if it is not finished: no device, no pipe, no link
+
+/// Takes no memory, for want of which the run may end.
+void remove_begun(int /*status*/ = 0) {
+    if (begun)
+        std::remove(begun);
 }
 
 bool fail(const std::string& path, int fault) {
@@ -58,12 +60,17 @@ bool write_output(const std::string& path, const std::vector<std::string>& input
     std::FILE* const out = std::fopen(path.c_str(), "wb");
     if (!out)
         return fail(path, errno);
+    std::error_code none;
+    if (std::filesystem::is_regular_file(std::filesystem::symlink_status(path, none)))
+        begun = path.c_str();
+    end_run_hook = remove_begun;
     print(out);
+    end_run_hook = nullptr;
     const bool written = std::fflush(out) == 0 && !std::ferror(out);
     const int fault = errno;
     if ((std::fclose(out) == 0) && written)
         return true;
     const int last_fault = written ? errno : fault;
-    remove_begun(path);
+    remove_begun();
     return fail(path, last_fault);
 }
