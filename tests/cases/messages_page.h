@@ -14,6 +14,9 @@ std::vector<std::string> page_rows();
 /// Rows that need a fault of the machine: tests/faults makes them.
 extern const std::set<std::string> faults_of_the_machine;
 
+/// Rows that the tests of refusals make.
+std::set<std::string> rows_of_refusals();
+
 /// Whether a line of the output is the message of a row, its capital words filled in by the run.
 bool says(const std::string& output, const std::string& row);
 

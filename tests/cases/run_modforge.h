@@ -35,7 +35,8 @@ std::vector<std::string> prepare(const workshop& shop, const second_opinion::con
 /// says.
 void expect_conversion(const second_opinion::conversion_request& request);
 /// Expects a refusal that leaves no output, with these words in its message and all else as the second opinion says.
-void expect_refusal(const second_opinion::conversion_request& request, const std::string& words);
+/// Gives what was printed.
+std::string expect_refusal(const second_opinion::conversion_request& request, const std::string& words);
 
 /// A request for one image without anything else.
 second_opinion::conversion_request request_for(const support::coff_image& image);
