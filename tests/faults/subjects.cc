@@ -79,9 +79,9 @@ void room::furnish() const {
 }
 
 void room::prepare(const subject& next) const {
-    if (next.output == "long.out")
+    if (next.command.back() == "long.out")
         furnish();
-    else if (!next.output.empty())
+    if (!next.output.empty() && next.output != "long.out")
         std::filesystem::remove(path(next.output));
 }
 
