@@ -22,6 +22,10 @@ std::string names_of(std::uint16_t flags) {
     return names;
 }
 
+std::string bytes_of(std::uint32_t count) {
+    return counted(count, "byte");
+}
+
 }  // namespace
 
 void COFF_FILE::dump_header(std::FILE* out) const {
@@ -29,14 +33,15 @@ void COFF_FILE::dump_header(std::FILE* out) const {
     std::fprintf(out, "  version 0x%04X, target 0x%04X, time stamp 0x%08X, read %s\n", fh_magic(), fh_target_id(),
                  fh_timdat(), byte_swapped_ ? "in the opposite byte order" : "in host byte order");
     std::fprintf(out, "  flags 0x%04X (%s)\n", fh_flags(), names_of(fh_flags()).c_str());
-    std::fprintf(out, "  %u sections, %u symbol entries at offset %u\n", fh_nscns(), fh_nsyms(),
-                 static_cast<std::uint32_t>(fh_symptr()));
+    std::fprintf(out, "  %s, %u symbol %s at offset %u\n", counted(fh_nscns(), "section").c_str(), fh_nsyms(),
+                 fh_nsyms() == 1 ? "entry" : "entries", static_cast<std::uint32_t>(fh_symptr()));
     if (fh_opthdr() == 0)
         return;
-    std::fprintf(out, "  optional header of %u bytes: magic 0x%04X, version %d, entry point 0x%08X\n", fh_opthdr(),
-                 static_cast<std::uint16_t>(ofh_magic()), ofh_vstamp(), ofh_entrypt());
-    std::fprintf(out, "    .text %u bytes at 0x%08X, .data %u bytes at 0x%08X, .bss %u bytes\n", opt_hdr_.ofh_tsize,
-                 opt_hdr_.ofh_text_start, opt_hdr_.ofh_dsize, opt_hdr_.ofh_data_start, opt_hdr_.ofh_bsize);
+    std::fprintf(out, "  optional header of %s: magic 0x%04X, version %d, entry point 0x%08X\n",
+                 bytes_of(fh_opthdr()).c_str(), static_cast<std::uint16_t>(ofh_magic()), ofh_vstamp(), ofh_entrypt());
+    std::fprintf(out, "    .text %s at 0x%08X, .data %s at 0x%08X, .bss %s\n", bytes_of(opt_hdr_.ofh_tsize).c_str(),
+                 opt_hdr_.ofh_text_start, bytes_of(opt_hdr_.ofh_dsize).c_str(), opt_hdr_.ofh_data_start,
+                 bytes_of(opt_hdr_.ofh_bsize).c_str());
 }
 
 void COFF_FILE::dump(std::FILE* out) {
@@ -54,11 +59,11 @@ void COFF_FILE::dump_strings(std::FILE* out) {
         std::fputs("No string table\n", out);
         return;
     }
-    std::fprintf(out, "String table, %u bytes\n", strtab_size_);
+    std::fprintf(out, "String table, %s\n", bytes_of(strtab_size_).c_str());
     for (std::uint32_t offset = strtab_length_word; offset < strtab_size_;) {
         const char* const text = strtab_ + offset;
         const std::size_t length = strnlen(text, strtab_size_ - offset);
-        std::fprintf(out, "  %8u  %s\n", offset, printable(text, length).c_str());
+        std::fprintf(out, "  %8u%s%s\n", offset, length == 0 ? "" : "  ", printable(text, length).c_str());
         offset += static_cast<std::uint32_t>(length) + 1;
     }
 }

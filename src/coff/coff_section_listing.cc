@@ -65,16 +65,16 @@ const reloc& reloc_at(const SLIST& relocs, int index, const char* where) {
 void print_reloc(const reloc& entry, COFF_FILE* file, std::FILE* out) {
     std::fprintf(out, "    0x%08X  %-10s 0x%04X", entry.r_vaddr, reloc_type_words(entry.r_type).c_str(), entry.r_type);
     if (is_field_reloc(entry.r_type))
-        std::fprintf(out, "  %u bits at bit %u of %u", entry.r_field.r_fieldsz, entry.r_field.r_offset,
-                     entry.r_field.r_wordsz);
+        std::fprintf(out, "  %s at bit %u of %u", counted(entry.r_field.r_fieldsz, "bit").c_str(),
+                     entry.r_field.r_offset, entry.r_field.r_wordsz);
     else if (is_constant_reloc(entry.r_type))
         std::fprintf(out, "  constant 0x%08X", entry.r_symndx);
     else if (const int bits = reloc_size(entry.r_type); bits != 0)
-        std::fprintf(out, "  %d bits at bit %d of %d", bits, reloc_offset(entry.r_type),
-                     reloc_stop(entry.r_type, bits));
+        std::fprintf(out, "  %s at bit %d of %d", counted(static_cast<unsigned>(bits), "bit").c_str(),
+                     reloc_offset(entry.r_type), reloc_stop(entry.r_type, bits));
     if (is_sym_reloc(entry.r_type, entry.r_symndx)) {
         const char* const name = symbol_name(file, entry.r_symndx);
-        std::fprintf(out, "  symbol %u (%s)", entry.r_symndx, name ? printable(name).c_str() : "none");
+        std::fprintf(out, "  symbol %u (%s)", entry.r_symndx, name ? shown_name(name).c_str() : "none");
     }
     if (has_displacement(entry.r_type) && entry.r_disp != 0)
         std::fprintf(out, "  displacement 0x%04X", entry.r_disp);
@@ -111,14 +111,15 @@ const char* COFF_SECTION::reloc_name(int type) const {
 }
 
 void COFF_SECTION::dump_header(std::FILE* out) const {
-    std::fprintf(out, "Section %u %s\n", scnum(), printable(name()).c_str());
-    std::fprintf(out, "  run address 0x%08X, load address 0x%08X, size %u units of %u bits (%llu bytes), page %u\n",
-                 sh_paddr(), sh_vaddr(), size_in_words(), wordsz(), static_cast<unsigned long long>(byte_size()),
+    std::fprintf(out, "Section %u %s\n", scnum(), shown_name(name()).c_str());
+    std::fprintf(out, "  run address 0x%08X, load address 0x%08X, size %s of %u bits (%s), page %u\n", sh_paddr(),
+                 sh_vaddr(), counted(size_in_words(), "unit").c_str(), wordsz(), counted(byte_size(), "byte").c_str(),
                  sh_page());
-    std::fprintf(out, "  flags 0x%08X (%s), aligned to %u units\n", sh_flags(), names_of(sh_flags()).c_str(),
-                 1U << ((sh_flags() & s_align) >> 8));
-    std::fprintf(out, "  contents at offset %u, %u relocations at offset %u, %u line numbers at offset %u\n",
-                 sh_scnptr(), sh_nreloc(), sh_relptr(), sh_nlnno(), sh_lnnoptr());
+    std::fprintf(out, "  flags 0x%08X (%s), aligned to %s\n", sh_flags(), names_of(sh_flags()).c_str(),
+                 counted(1U << ((sh_flags() & s_align) >> 8), "unit").c_str());
+    std::fprintf(out, "  contents at offset %u, %s at offset %u, %s at offset %u\n", sh_scnptr(),
+                 counted(sh_nreloc(), "relocation").c_str(), sh_relptr(), counted(sh_nlnno(), "line number").c_str(),
+                 sh_lnnoptr());
 }
 
 void COFF_SECTION::dump(std::FILE* out) {

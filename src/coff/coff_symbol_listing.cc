@@ -20,7 +20,7 @@ void COFF_SYMBOL::dump_aux(const COFF_SYMBOL* symbol, std::FILE* out) const {
     std::fputs("            ", out);
     if (symbol->form() == aux_form::file)
         std::fprintf(out, " file %s",
-                     printable(reinterpret_cast<const char*>(aux->bytes), file_name_length(*aux)).c_str());
+                     shown_name({reinterpret_cast<const char*>(aux->bytes), file_name_length(*aux)}).c_str());
     for (const aux_field& field : aux_fields(symbol->form()))
         std::fprintf(out, " %s %u", field.name, aux->value(field));
     std::fputc('\n', out);

@@ -16,13 +16,12 @@ std::string section_name(COFF_FILE* file, std::int16_t scnum) {
 }  // namespace
 
 void COFF_SYMBOL_TABLE::dump(std::FILE* out) {
-    std::fprintf(out, "Symbol table, %u entries\n", n_syms());
+    std::fprintf(out, "Symbol table, %u %s\n", n_syms(), n_syms() == 1 ? "entry" : "entries");
     for (const COFF_SYMBOL* symbol : items<COFF_SYMBOL>(symbols())) {
         std::fprintf(out, "  %8u  0x%08X  %-12s type 0x%04X  %s (%s)\n", symbol->coff_index(),
                      static_cast<std::uint32_t>(symbol->value()),
                      sclass_name(static_cast<std::int8_t>(symbol->sclass())), symbol->stype(),
-                     printable(symbol->name()).c_str(),
-                     printable(section_name(file_, symbol->scnum()).c_str()).c_str());
+                     shown_name(symbol->name()).c_str(), shown_name(section_name(file_, symbol->scnum())).c_str());
         symbol->dump_aux(symbol, out);
     }
 }

@@ -24,6 +24,10 @@ std::string printable(const char* text) {
     return printable(text, std::strlen(text));
 }
 
+std::string shown_name(std::string_view name) {
+    return name.empty() ? "\"\"" : printable(name.data(), name.size());
+}
+
 std::string xml_text(const char* text, std::size_t length) {
     std::string out;
     for (const char c : printable(text, length)) {
@@ -49,6 +53,10 @@ std::string xml_text(const char* text, std::size_t length) {
 
 std::string xml_text(const char* text) {
     return xml_text(text, std::strlen(text));
+}
+
+std::string counted(unsigned long long number, std::string_view word) {
+    return std::to_string(number).append(1, ' ').append(word).append(number == 1 ? "" : "s");
 }
 
 std::string reloc_type_words(std::uint16_t type) {

@@ -160,7 +160,7 @@ TEST(VelmChecks, EachRuleHasItsFinding) {
          "there\n"},
         {{{sections + 20, 4}},
          "error: the first packet is to be at 0xEC, but strings, 3 section headers and 4 symbols end at 0xE8\n"},
-        {{{sections + 24, 1}}, "error: 3 packets of section .text, but 2 lie there\n"},
+        {{{sections + 24, 1}}, "error: 3 packets of section .text, but 2 in the file\n"},
         {{{sections + 28 + 20, 4}}, "error: first packet at 0x234, but it belongs at 0x230\n"},
         {{{sections + 28 + 4, 0xA00}, {sections + 28 + 8, 0xA00}},
          "warning: run address of section .data lies inside section .text\n"},

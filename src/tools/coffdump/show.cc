@@ -20,7 +20,7 @@ void list_section_table(COFF_FILE& input, std::FILE* out) {
     for_each_section(input, [out](COFF_SECTION& section) {
         std::fprintf(out, "%4u  0x%08X  0x%08X  0x%08X  %4u  %6u  %5u   0x%08X  %s\n", section.scnum(),
                      section.sh_paddr(), section.sh_vaddr(), section.size_in_words(), section.wordsz(),
-                     section.sh_nreloc(), section.sh_nlnno(), section.sh_flags(), printable(section.name()).c_str());
+                     section.sh_nreloc(), section.sh_nlnno(), section.sh_flags(), shown_name(section.name()).c_str());
     });
 }
 
@@ -47,7 +47,7 @@ void list_symbol_counts(COFF_FILE& input, std::FILE* out) {
 }
 
 void list_title(COFF_SECTION& section, std::FILE* out) {
-    std::fprintf(out, "Section %u %s\n", section.scnum(), printable(section.name()).c_str());
+    std::fprintf(out, "Section %u %s\n", section.scnum(), shown_name(section.name()).c_str());
 }
 
 bool list_contents(COFF_FILE& input, const std::string& name, std::FILE* out) {

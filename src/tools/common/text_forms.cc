@@ -27,6 +27,7 @@ std::string hex_number(std::uint64_t number) {
     return text;
 }
 
-std::string counted(unsigned long long number, std::string_view word) {
-    return std::to_string(number).append(1, ' ').append(word).append(number == 1 ? "" : "s");
+std::string hex_place(std::int64_t place) {
+    return place < 0 ? "-" + hex_number(-static_cast<std::uint64_t>(place))
+                     : hex_number(static_cast<std::uint64_t>(place));
 }

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <iterator>
 #include <utility>
 
 #include "tools/velmdump/module_bytes.h"
@@ -26,9 +25,18 @@ void check_report::add(bool error, std::uint64_t offset, const char* format, std
     errors_ += error;
     char text[512];
     std::vsnprintf(text, sizeof text, format, args);
-    kind& own = kinds_[format];
-    finding& place = ++own.count > most_of_a_kind ? own.last : findings_.emplace_back();
-    place = {error, offset, 0, text};
+    keep(format, {error, offset, 0, text});
+}
+
+void check_report::keep(const char* kind_name, finding found) {
+    kind& own = kinds_[kind_name];
+    if (own.kept < most_of_a_kind) {
+        ++own.kept;
+        findings_.push_back({std::move(found), kind_name});
+    } else {
+        ++own.left_out;
+        own.last = std::move(found);
+    }
 }
 
 void check_report::error(std::uint64_t offset, const char* format, ...) {
@@ -46,25 +54,31 @@ void check_report::warning(std::uint64_t offset, const char* format, ...) {
 }
 
 void check_report::take(check_report other) {
-    std::move(other.findings_.begin(), other.findings_.end(), std::back_inserter(findings_));
-    for (auto& [format, own] : other.kinds_) {
-        kind& mine = kinds_[format];
-        mine.count += own.count;
+    for (kept_finding& each : other.findings_)
+        keep(each.kind_name, std::move(each.what));
+    for (auto& [name, own] : other.kinds_) {
+        if (own.left_out == 0)
+            continue;
+        kind& mine = kinds_[name];
+        mine.left_out += own.left_out;
         mine.last = std::move(own.last);
     }
     errors_ += other.errors_;
 }
 
 std::vector<finding> check_report::sorted(const module_bytes& raw) && {
-    for (auto& [format, own] : kinds_) {
-        if (own.count <= most_of_a_kind)
+    std::vector<finding> result;
+    for (kept_finding& each : findings_)
+        result.push_back(std::move(each.what));
+    for (auto& [name, own] : kinds_) {
+        if (own.left_out == 0)
             continue;
-        own.last.text = std::to_string(own.count - most_of_a_kind) + " more of this kind, the last: " + own.last.text;
-        findings_.push_back(own.last);
+        own.last.text = std::to_string(own.left_out) + " more of this kind, the last: " + own.last.text;
+        result.push_back(std::move(own.last));
     }
-    std::stable_sort(findings_.begin(), findings_.end(),
+    std::stable_sort(result.begin(), result.end(),
                      [](const finding& a, const finding& b) { return a.offset < b.offset; });
-    for (finding& f : findings_)
+    for (finding& f : result)
         f.line = raw.line_of(f.offset);
-    return std::move(findings_);
+    return result;
 }

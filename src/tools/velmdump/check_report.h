@@ -33,21 +33,27 @@ public:
     /// How many errors there were so far.
     [[nodiscard]] std::uint64_t errors() const { return errors_; }
 
-    /// Adds what another report found. Of kinds that both have, more may be kept.
+    /// Adds what another report found.
     void take(check_report other);
 
     /// All findings, in the order of their offsets; of findings at one offset, in the order in which they came.
     [[nodiscard]] std::vector<finding> sorted(const module_bytes& raw) &&;
 
 private:
+    struct kept_finding {
+        finding what;
+        const char* kind_name;
+    };
     struct kind {
-        std::uint64_t count = 0;
-        finding last;
+        std::uint64_t kept = 0;
+        std::uint64_t left_out = 0;
+        finding last;  ///< of those left out
     };
 
     void add(bool error, std::uint64_t offset, const char* format, std::va_list args);
+    void keep(const char* kind_name, finding found);
 
-    std::vector<finding> findings_;
+    std::vector<kept_finding> findings_;
     std::unordered_map<const char*, kind> kinds_;
     std::uint64_t errors_ = 0;
 };

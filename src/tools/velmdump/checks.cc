@@ -9,6 +9,7 @@
 
 #include "format/limits.h"
 #include "format/targets.h"
+#include "tools/common/text_forms.h"
 #include "tools/velmdump/packet_checks.h"
 #include "tools/velmdump/section_checks.h"
 #include "tools/velmdump/string_checks.h"
@@ -70,14 +71,15 @@ bool tables_end_in_place(const velm_module& module, const sound_parts& parts, ch
                                     [](const section_place& section) { return section.header.first_packet != 0; });
     if (first == module.sections.end()) {
         if (module.tables_end < module.size())
-            report.error(module.tables_end, "%llu bytes behind the end of the module",
-                         wide(module.size() - module.tables_end));
+            report.error(module.tables_end, "%s behind the end of the module",
+                         counted(module.size() - module.tables_end, "byte").c_str());
         return module.tables_end == module.size();
     }
     if (first->header.first_packet != module.tables_end)
         report.error(first->offset + offsetof(velm_scnhdr_record, first_packet),
-                     "the first packet is to be at 0x%X, but strings, %u section headers and %u symbols end at 0x%llX",
-                     first->header.first_packet, module.header.nscns, module.header.nsyms, wide(module.tables_end));
+                     "the first packet is to be at 0x%X, but strings, %s and %s end at 0x%llX",
+                     first->header.first_packet, counted(module.header.nscns, "section header").c_str(),
+                     counted(module.header.nsyms, "symbol").c_str(), wide(module.tables_end));
     return first->header.first_packet == module.tables_end;
 }
 

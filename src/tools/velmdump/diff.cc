@@ -190,8 +190,8 @@ private:
                 b.next();
             } else {
                 if (!a.same_as(b))
-                    line("relocation at 0x%llX: (%s), (%s)", static_cast<unsigned long long>(place_a),
-                         a.words().c_str(), b.words().c_str());
+                    line("relocation at %s: (%s), (%s)", hex_place(place_a).c_str(), a.words().c_str(),
+                         b.words().c_str());
                 a.next();
                 b.next();
             }
@@ -199,8 +199,7 @@ private:
     }
 
     void reloc_line(const reloc_cursor& at, const char* which) {
-        line("relocation at 0x%llX (%s): only in the %s", static_cast<unsigned long long>(at.place()),
-             at.words().c_str(), which);
+        line("relocation at %s (%s): only in the %s", hex_place(at.place()).c_str(), at.words().c_str(), which);
     }
 
     const velm_module& a_;

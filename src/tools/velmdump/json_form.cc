@@ -107,7 +107,7 @@ private:
         json_.member("contents_size", section.contents_size);
         json_.member("relocation_count", section.nreloc);
         json_.begin_array("packets");
-        std::int64_t start = 0;
+        std::uint64_t start = 0;
         for (const packet_place& packet : module_.packets(section)) {
             put_packet(section, packet, start);
             start += packet.header.data_size;
@@ -116,7 +116,7 @@ private:
         json_.end_object();
     }
 
-    void put_packet(const section_place& section, const packet_place& packet, std::int64_t start) {
+    void put_packet(const section_place& section, const packet_place& packet, std::uint64_t start) {
         json_.begin_object();
         json_.member("offset", packet.offset);
         json_.member("end", packet.end());
@@ -132,12 +132,12 @@ private:
         json_.end_object();
     }
 
-    void put_reloc(const section_place& section, const reloc_record& rec, std::int64_t packet_start) {
-        const std::int64_t place = packet_start / (section.width / 8) + static_cast<std::int32_t>(rec.r_vaddr);
+    void put_reloc(const section_place& section, const reloc_record& rec, std::uint64_t packet_start) {
+        const std::int64_t place = section.place(rec, packet_start);
         json_.begin_object();
         json_.member("offset", rec.r_vaddr);
         json_.member("section_offset", place);
-        json_.member("address", static_cast<std::uint32_t>(section.header.paddr + static_cast<std::uint64_t>(place)));
+        json_.member("address", section.run_address(place));
         json_.member("type", rec.r_type);
         if (const char* name = reloc_type_name(rec.r_type))
             json_.member("type_name", name);

@@ -186,7 +186,9 @@ void map_bands::draw_import_marks(svg_pen& pen, const section_place& section, do
         if (!is_sym_reloc(rec.r_type, rec.r_symndx) || rec.r_symndx >= module_.symbols.size() ||
             !module_.is_import(module_.symbols[rec.r_symndx]))
             return;
-        const double x = std::min(x_of(reloc.offset * (static_cast<unsigned>(section.width) / 8)), px::band_right);
+        const double x = std::min(x_of(static_cast<std::uint64_t>(std::max<std::int64_t>(reloc.offset, 0)) *
+                                       (static_cast<unsigned>(section.width) / 8)),
+                                  px::band_right);
         if (std::abs(x - last) < 2)
             return;
         last = x;

@@ -102,15 +102,3 @@ std::vector<std::pair<std::string, std::string>> module_facts(const velm_module&
              " nameless"},
     };
 }
-
-std::string field_words(const reloc_record& rec) {
-    const int bits = reloc_size(rec.r_type);
-    char text[64] = "";
-    if (is_field_reloc(rec.r_type))
-        std::snprintf(text, sizeof text, "%u bits at bit %u of %u", rec.r_field.r_fieldsz, rec.r_field.r_offset,
-                      rec.r_field.r_wordsz);
-    else if (bits != 0)
-        std::snprintf(text, sizeof text, "%d bits at bit %d of %d", bits, reloc_offset(rec.r_type),
-                      reloc_stop(rec.r_type, bits));
-    return text;
-}

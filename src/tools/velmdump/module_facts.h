@@ -31,7 +31,4 @@ std::string file_flag_words(std::uint16_t flags);
 /// Name, or number, of the module section that a symbol or the entry point names; "undefined" and "absolute", too.
 std::string section_words(const velm_module& module, int number, name_writer written);
 
-/// "16 bits at bit 0 of 32": the field that a relocation changes; empty for a type without one.
-std::string field_words(const reloc_record& rec);
-
 #endif

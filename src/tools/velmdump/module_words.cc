@@ -9,7 +9,7 @@
 
 std::string brief(std::string_view name, std::size_t most) {
     if (name.size() <= most)
-        return printable(name);
+        return shown_name(name);
     return printable(name.substr(0, most)) + "... (" + counted(name.size(), "byte") + ")";
 }
 
@@ -44,13 +44,22 @@ std::string symbol_label(const velm_module& module, std::uint32_t index, index_w
     return own + text + section_label(module, symbol.section);
 }
 
+std::string field_words(const reloc_record& rec) {
+    const int bits = reloc_size(rec.r_type);
+    char text[64] = "";
+    if (is_field_reloc(rec.r_type))
+        std::snprintf(text, sizeof text, "%s at bit %u of %u", counted(rec.r_field.r_fieldsz, "bit").c_str(),
+                      rec.r_field.r_offset, rec.r_field.r_wordsz);
+    else if (bits != 0)
+        std::snprintf(text, sizeof text, "%s at bit %d of %d", counted(static_cast<unsigned>(bits), "bit").c_str(),
+                      reloc_offset(rec.r_type), reloc_stop(rec.r_type, bits));
+    return text;
+}
+
 std::string reloc_operand_words(const velm_module& module, const reloc_record& rec, index_words indices) {
     char text[80] = "";
-    if (is_field_reloc(rec.r_type)) {
-        std::snprintf(text, sizeof text, "%u bits at bit %u of %u", rec.r_field.r_fieldsz, rec.r_field.r_offset,
-                      rec.r_field.r_wordsz);
-        return text;
-    }
+    if (is_field_reloc(rec.r_type))
+        return field_words(rec);
     std::string words;
     if (is_constant_reloc(rec.r_type)) {
         std::snprintf(text, sizeof text, "constant 0x%08X", rec.r_symndx);

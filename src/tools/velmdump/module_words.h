@@ -29,4 +29,7 @@ std::string symbol_label(const velm_module& module, std::uint32_t index, index_w
 std::string reloc_operand_words(const velm_module& module, const reloc_record& rec,
                                 index_words indices = index_words::with);
 
+/// "16 bits at bit 0 of 32": the field that a relocation changes; empty for a type without one.
+std::string field_words(const reloc_record& rec);
+
 #endif

@@ -10,6 +10,7 @@
 
 #include "format/limits.h"
 #include "format/reloc_types.h"
+#include "tools/common/text_forms.h"
 #include "tools/velmdump/check_report.h"
 #include "tools/velmdump/checks.h"
 #include "tools/velmdump/module_words.h"
@@ -36,7 +37,8 @@ public:
     void check(const packet_place& packet) {
         const std::uint32_t size = packet.header.data_size;
         if (size == 0 || size > static_cast<std::uint32_t>(max_packet_size)) {
-            report_.error(packet.offset + offsetof(velm_packet_header, data_size), "packet of %u bytes of data", size);
+            report_.error(packet.offset + offsetof(velm_packet_header, data_size), "packet of %s of data",
+                          counted(size, "byte").c_str());
             skip(packet);
             return;
         }
@@ -65,8 +67,9 @@ public:
                 cuts.explain(cuts_, report_);
         } else if (size != 0 && !report_.has_errors()) {  // else its flags, or a packet, tell
             report_.error(section_.offset + offsetof(velm_scnhdr_record, size),
-                          "packets of %llu bytes do not add up to a size of %u units",
-                          wide(static_cast<std::uint64_t>(contents_)), section_.header.size);
+                          "packets of %s do not add up to a size of %s",
+                          counted(static_cast<std::uint64_t>(contents_), "byte").c_str(),
+                          counted(section_.header.size, "unit").c_str());
         }
     }
 
@@ -202,7 +205,7 @@ private:
     void finish(const section_place& section, const chain& packets, section_walk& own, check_report& inside) {
         if (packets.count != section.header.npackets)
             inside.error(section.offset + offsetof(velm_scnhdr_record, npackets),
-                         "%u packets of section %s, but %llu lie there", section.header.npackets,
+                         "%s of section %s, but %llu in the file", counted(section.header.npackets, "packet").c_str(),
                          name_of(section).c_str(), wide(packets.count));
         else if (packets.count != 0)
             own.finish(cuts_);
@@ -237,8 +240,8 @@ private:
                           "first packet at 0x%X, but it belongs at 0x%llX", next->header.first_packet,
                           wide(packets.own_end));
         else
-            report_.error(packets.own_end, "%llu bytes behind the end of the module",
-                          wide(module_.size() - packets.own_end));
+            report_.error(packets.own_end, "%s behind the end of the module",
+                          counted(module_.size() - packets.own_end, "byte").c_str());
     }
 
     [[nodiscard]] std::string name_of(const section_place& section) const {

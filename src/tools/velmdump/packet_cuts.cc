@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "format/limits.h"
+#include "tools/common/text_forms.h"
 #include "tools/velmdump/check_report.h"
 
 namespace {
@@ -75,7 +76,8 @@ void packet_cuts::explain(const section_cuts& section, check_report& report) {
             good.insert(good.end(), large, sizes_.end());
         sizes_ = std::move(good);
         if (sizes_.empty())
-            report.error(packet->offset, "packet of %u bytes with %zu relocations: no packet size explains this cut",
-                         packet->size, end - packet->first_reloc);
+            report.error(packet->offset, "packet of %s with %s: no packet size explains this cut",
+                         counted(packet->size, "byte").c_str(),
+                         counted(end - packet->first_reloc, "relocation").c_str());
     }
 }

@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "format/reloc_types.h"
+#include "tools/common/text_forms.h"
 #include "tools/velmdump/check_report.h"
 
 namespace {
@@ -32,8 +33,9 @@ void reloc_checker::check_field(const reloc_record& rec, std::uint64_t at) {
     if (field.unused != 0)
         report_.error(at + offsetof(reloc_record, r_symndx) + 3, "unused byte of a field relocation is not zero");
     if (field.r_fieldsz == 0 || field.r_offset + field.r_fieldsz > field.r_wordsz)
-        report_.warning(at + offsetof(reloc_record, r_symndx), "field of %u bits at bit %u in a container of %u bits",
-                        field.r_fieldsz, field.r_offset, field.r_wordsz);
+        report_.warning(at + offsetof(reloc_record, r_symndx), "field of %s at bit %u in a container of %s",
+                        counted(field.r_fieldsz, "bit").c_str(), field.r_offset,
+                        counted(field.r_wordsz, "bit").c_str());
 }
 
 void reloc_checker::check(const reloc_record& rec, std::uint64_t at, std::int64_t packet_start,

@@ -10,19 +10,18 @@
 struct reloc_place {
     const packet_place& packet;
     reloc_record record;    ///< its r_vaddr counts from the start of the packet
-    std::uint64_t offset;   ///< from the start of the section, address units; never wraps
-    std::uint32_t address;  ///< run address of the place, which wraps as the target's addresses do
+    std::int64_t offset;    ///< from the start of the section, address units; negative when it lies before it
+    std::uint32_t address;  ///< run address of the place
 };
 
 /// Calls `visit` with the reloc_place of each relocation, in the order of the module.
 template <typename VISIT>
 void for_each_reloc(const velm_module& module, const section_place& section, const packet_place& packet,
                     std::uint64_t packet_start, VISIT visit) {
-    const std::uint64_t start = packet_start / (static_cast<unsigned>(section.width) / 8U);
     for (std::uint32_t i = 0; i < packet.header.nreloc; ++i) {
         const reloc_record record = module.reloc(packet, i);
-        const std::uint64_t offset = start + record.r_vaddr;
-        visit(reloc_place{packet, record, offset, static_cast<std::uint32_t>(section.header.paddr + offset)});
+        const std::int64_t offset = section.place(record, packet_start);
+        visit(reloc_place{packet, record, offset, section.run_address(offset)});
     }
 }
 

@@ -13,7 +13,7 @@ const char* const report_script = R"js(
     switch (table.columns[column].kind) {
       case "text": return table.texts[value];
       case "hex": return "0x" + value.toString(16).toUpperCase().padStart(8, "0");
-      case "hexn": return "0x" + value.toString(16).toUpperCase();
+      case "hexn": return (value < 0 ? "-0x" : "0x") + Math.abs(value).toString(16).toUpperCase();
       default: return value.toLocaleString("en-US");
     }
   }

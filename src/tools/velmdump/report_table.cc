@@ -20,9 +20,9 @@ void report_table::separate() {
         std::fputc(',', out_);
 }
 
-void report_table::number(std::uint64_t value) {
+void report_table::number(std::int64_t value) {
     separate();
-    std::fprintf(out_, "%llu", static_cast<unsigned long long>(value));
+    std::fprintf(out_, "%lld", static_cast<long long>(value));
 }
 
 void report_table::empty_cell() {

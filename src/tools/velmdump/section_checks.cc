@@ -223,8 +223,8 @@ void check_sections(const velm_module& module, const sound_parts& parts, check_r
     if (report.errors() != before)
         return;
     if (parts.header && relocated != module.header.n_reloc_scns)
-        report.error(offsetof(velm_filehdr, n_reloc_scns), "%u relocated sections, but the header says %u", relocated,
-                     module.header.n_reloc_scns);
+        report.error(offsetof(velm_filehdr, n_reloc_scns), "%s, but the header says %u",
+                     counted(relocated, "relocated section").c_str(), module.header.n_reloc_scns);
     if (parts.strings)
         check_order(module, report);
     if (!module.symbols_only())

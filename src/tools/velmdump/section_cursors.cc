@@ -35,7 +35,7 @@ reloc_cursor::reloc_cursor(const velm_module& module, const section_place& secti
 }
 
 std::int64_t reloc_cursor::place() const {
-    return start_ / (section_.width / 8) + static_cast<std::int32_t>(record_.r_vaddr);
+    return section_.place(record_, start_);
 }
 
 void reloc_cursor::next() {

@@ -52,7 +52,7 @@ private:
     const section_place& section_;
     const std::vector<std::uint32_t>& numbers_;
     packet_range::iterator packet_;
-    std::int64_t start_ = 0;  ///< of the packet, bytes
+    std::uint64_t start_ = 0;  ///< of the packet, bytes
     std::uint32_t index_ = 0;
     reloc_record record_{};
 };

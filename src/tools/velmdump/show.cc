@@ -66,7 +66,7 @@ void show_strings(const velm_module& module, std::FILE* out) {
     std::fputs("Strings\n", out);
     for (std::uint32_t offset = 0; offset < module.strtab_size;) {
         const std::string_view text = module.string(offset);
-        std::fprintf(out, "%8u  %s\n", offset, printable(text).c_str());
+        std::fprintf(out, "%8u%s%s\n", offset, text.empty() ? "" : "  ", printable(text).c_str());
         offset += static_cast<std::uint32_t>(text.size()) + 1;
     }
 }
@@ -77,13 +77,13 @@ public:
     reloc_printer(const velm_module& module, std::FILE* out)
         : module_(module), out_(out), labels_(module.symbols.size()) {}
 
-    /// Those of a packet whose data starts `start` address units into its section.
-    void print(const section_place& section, const packet_place& packet, std::int64_t start) {
+    /// Those of a packet whose data starts `start` bytes into its section.
+    void print(const section_place& section, const packet_place& packet, std::uint64_t start) {
         for (std::uint32_t i = 0; i < packet.header.nreloc; ++i) {
             const reloc_record rec = module_.reloc(packet, i);
-            const std::int64_t place = start + static_cast<std::int32_t>(rec.r_vaddr);
+            const std::int64_t place = section.place(rec, start);
             line_ = "      0x";
-            put_hex(static_cast<std::uint32_t>(section.header.paddr + static_cast<std::uint64_t>(place)), 8);
+            put_hex(section.run_address(place), 8);
             line_ += place < 0 ? "  -0x" : "  +0x";
             put_hex(static_cast<std::uint64_t>(place < 0 ? -place : place), 4);
             put_type(rec);
@@ -156,7 +156,7 @@ void show_packets(const velm_module& module, bool relocs, std::FILE* out) {
                          static_cast<unsigned long long>(offset), counted(packet.header.data_size, "byte").c_str(),
                          counted(packet.header.nreloc, "relocation").c_str());
             if (relocs)
-                printer.print(section, packet, static_cast<std::int64_t>(offset));
+                printer.print(section, packet, start);
             start += packet.header.data_size;
         }
     }

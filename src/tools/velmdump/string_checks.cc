@@ -9,6 +9,7 @@
 #include <string_view>
 #include <unordered_set>
 
+#include "tools/common/text_forms.h"
 #include "tools/velmdump/check_report.h"
 #include "tools/velmdump/checks.h"
 #include "tools/velmdump/velm_module.h"
@@ -91,13 +92,13 @@ void check_totals(const velm_module& module, const table_layout& layout, const s
     const auto table = module.raw.bytes.begin() + velm_strtab_offset;
     const auto end = table + static_cast<std::ptrdiff_t>(module.strtab_size);
     if (padded != module.header.strtab_size)
-        report.error(0, "the string table has %u bytes, but its names take %llu", module.header.strtab_size,
-                     static_cast<unsigned long long>(padded));
+        report.error(0, "the string table has %s, but its names take %llu",
+                     counted(module.header.strtab_size, "byte").c_str(), static_cast<unsigned long long>(padded));
     else if (std::any_of(table + layout.next(), end, [](unsigned char byte) { return byte != 0; }))
         report.error(velm_strtab_offset + std::uint64_t{layout.next()}, "padding of the string table is not zero");
     else if (parts.header && layout.longest() != module.header.max_str_len)
-        report.error(offsetof(velm_filehdr, max_str_len), "the longest name takes %zu bytes, not %u", layout.longest(),
-                     module.header.max_str_len);
+        report.error(offsetof(velm_filehdr, max_str_len), "the longest name takes %s, not %u",
+                     counted(layout.longest(), "byte").c_str(), module.header.max_str_len);
 }
 
 }  // namespace
@@ -123,8 +124,8 @@ void check_strings(const velm_module& module, const sound_parts& parts, check_re
         layout.lay_module_name();
     lay_sections(module, layout);
     if (parts.header && !layout.faulty() && layout.next() != module.header.scn_name_size)
-        report.error(offsetof(velm_filehdr, scn_name_size), "the names of module and sections take %u bytes, not %u",
-                     layout.next(), module.header.scn_name_size);
+        report.error(offsetof(velm_filehdr, scn_name_size), "the names of module and sections take %s, not %u",
+                     counted(layout.next(), "byte").c_str(), module.header.scn_name_size);
     if (!parts.symbols)
         return;
     lay_symbols(module, layout);

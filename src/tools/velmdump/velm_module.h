@@ -74,6 +74,16 @@ struct section_place {
     [[nodiscard]] std::int64_t byte_place(const reloc_record& rec) const {
         return std::int64_t{static_cast<std::int32_t>(rec.r_vaddr)} * (width / 8);
     }
+    /// The same in address units from the start of the section, for a packet that begins `packet_start` bytes behind it;
+    /// negative when it lies before the section.
+    [[nodiscard]] std::int64_t place(const reloc_record& rec, std::uint64_t packet_start) const {
+        return static_cast<std::int64_t>(packet_start / (static_cast<unsigned>(width) / 8U)) +
+               static_cast<std::int32_t>(rec.r_vaddr);
+    }
+    /// The run address of a place in the section; it wraps as the target's addresses do.
+    [[nodiscard]] std::uint32_t run_address(std::int64_t place) const {
+        return header.paddr + static_cast<std::uint32_t>(place);
+    }
 };
 
 class velm_module {

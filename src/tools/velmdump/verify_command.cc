@@ -93,7 +93,7 @@ public:
             std::printf("%s: line %zu, column %zu: not as the text form is written\n", title_.c_str(), where->line,
                         where->column);
         if (is_.size() != must_.size())
-            std::printf("%s: %zu bytes, must be %zu\n", title_.c_str(), is_.size(), must_.size());
+            std::printf("%s: %s, must be %zu\n", title_.c_str(), counted(is_.size(), "byte").c_str(), must_.size());
         tell_places();
         if (is_ != must_)
             tell_meaning();
@@ -161,8 +161,8 @@ private:
 int judge(const module_file& given, const conversion_request& request, const conversion& made) {
     const std::string title = input_label(given.path);
     if (made.unfinished) {
-        std::printf("%s: %zu bytes, must be more than %" PRIu64 "\n", title.c_str(), given.module.raw.bytes.size(),
-                    request.most_bytes);
+        std::printf("%s: %s, must be more than %" PRIu64 "\n", title.c_str(),
+                    counted(given.module.raw.bytes.size(), "byte").c_str(), request.most_bytes);
         return status_faults;
     }
     if (made.status != 0) {
