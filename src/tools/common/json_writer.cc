@@ -90,7 +90,14 @@ void json_writer::null(std::string_view key) {
 
 void json_writer::hex(std::string_view key, const unsigned char* bytes, std::size_t size) {
     begin_item(key);
-    waiting_.append("\"").append(hex_digits({reinterpret_cast<const char*>(bytes), size})).append("\"");
+    waiting_ += '"';
+    for (std::size_t at = 0; at < size; at += flush_size) {
+        const std::size_t bite = std::min(flush_size, size - at);
+        waiting_ += hex_digits({reinterpret_cast<const char*>(bytes) + at, bite});
+        if (bite == flush_size)
+            flush();
+    }
+    waiting_ += '"';
 }
 
 void json_writer::name(std::string_view key, std::string_view name) {

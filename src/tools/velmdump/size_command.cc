@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "tools/common/file_input.h"
-#include "tools/common/json_text.h"
+#include "tools/common/json_writer.h"
 #include "tools/common/text_forms.h"
 #include "tools/common/tool_run.h"
 #include "tools/velmdump/commands.h"
@@ -76,7 +76,7 @@ void print_row(const size_row& row, const std::string& name, bool with_sign) {
 void print_sections(const module_file& file) {
     print_head("section");
     for (const named_row& each : rows_of(file.module))
-        print_row(each.row, printable(each.name), false);
+        print_row(each.row, shown_name(each.name), false);
     print_row(total_of(file.module), input_label(file.path), false);
 }
 
@@ -89,7 +89,7 @@ void print_difference(const module_file& now, const module_file& before) {
     seen.clear();
     const auto print_changed = [](const size_row& row, const std::string& name) {
         if (row != size_row{})
-            print_row(row, printable(name), true);
+            print_row(row, shown_name(name), true);
     };
     print_head("section");
     for (const named_row& each : rows_of(now.module)) {
@@ -101,34 +101,42 @@ void print_difference(const module_file& now, const module_file& before) {
     print_row(difference(total_of(now.module), total_of(before.module)), input_label(now.path), true);
 }
 
-json row_object(const size_row& row) {
-    json object = json::object();
+void put_row(json_writer& json, const size_row& row) {
     for (std::size_t i = 0; i < row.size(); ++i)
-        object[columns[i]] = row[i];
-    return object;
+        json.member(columns[i], row[i]);
 }
 
-json module_object(const module_file& file) {
-    json object = json::object();
-    put_name(object, "file", file.path);
-    object["sections"] = json::array();
+void put_module(json_writer& json, const module_file& file) {
+    json.name("file", file.path);
+    json.begin_array("sections");
     for (const section_place& section : file.module.sections) {
-        json entry = json::object();
-        put_name(entry, "name", file.module.name(section));
-        entry.update(row_object(row_of(sizes_of(file.module, section), sizeof(velm_scnhdr_record))));
-        object["sections"].push_back(std::move(entry));
+        json.begin_object();
+        json.name("name", file.module.name(section));
+        put_row(json, row_of(sizes_of(file.module, section), sizeof(velm_scnhdr_record)));
+        json.end_object();
     }
-    object["total"] = row_object(total_of(file.module));
-    return object;
+    json.end_array();
+    json.begin_object("total");
+    put_row(json, total_of(file.module));
+    json.end_object();
 }
 
 void print_as_json(const std::vector<module_file>& files, const std::vector<module_file>& before) {
-    json document = {{"modules", json::array()}};
-    for (const module_file& file : files)
-        document["modules"].push_back(module_object(file));
-    if (!before.empty())
-        document["against"] = module_object(before.front());
-    print_json(document, stdout);
+    json_writer json(stdout);
+    json.begin_object();
+    json.begin_array("modules");
+    for (const module_file& file : files) {
+        json.begin_object();
+        put_module(json, file);
+        json.end_object();
+    }
+    json.end_array();
+    if (!before.empty()) {
+        json.begin_object("against");
+        put_module(json, before.front());
+        json.end_object();
+    }
+    json.end_object();
 }
 
 /// Every file that can be read; `status` tells of the others.

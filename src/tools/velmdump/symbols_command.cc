@@ -5,7 +5,7 @@
 #include <functional>
 #include <tuple>
 
-#include "tools/common/json_text.h"
+#include "tools/common/json_writer.h"
 #include "tools/common/text_forms.h"
 #include "tools/common/tool_run.h"
 #include "tools/velmdump/commands.h"
@@ -101,8 +101,8 @@ void print_list(const velm_module& module, const std::vector<listed_symbol>& lis
     std::puts("address     size        kind  section           name");
     listed_names names;
     for (const listed_symbol& each : list) {
-        const std::string section = section_words(module, each.record->section, printable);
-        const std::string name = velm_module::is_named(*each.record) ? printable(names(each.name)) : "-";
+        const std::string section = section_words(module, each.record->section, shown_name);
+        const std::string name = velm_module::is_named(*each.record) ? shown_name(names(each.name)) : "-";
         if (each.record->section == 0)
             std::printf("%-10s  %-10s  %c     %-16s  %s\n", "-", "-", each.kind, section.c_str(), name.c_str());
         else
@@ -111,37 +111,29 @@ void print_list(const velm_module& module, const std::vector<listed_symbol>& lis
     }
 }
 
-json symbol_object(const velm_module& module, const listed_symbol& each, listed_names& names) {
-    json object = json::object();
-    if (velm_module::is_named(*each.record))
-        put_name(object, "name", names(each.name));
-    else
-        object["name"] = nullptr;
-    object["kind"] = std::string(1, each.kind);
-    object["value"] = each.record->value;
-    object["size"] = each.size;
-    object["section"] = each.record->section;
-    const int number = each.record->section;
-    if (number > 0 && static_cast<std::size_t>(number) <= module.sections.size())
-        put_name(object, "section_name", module.name(module.sections[static_cast<std::size_t>(number) - 1]));
-    return object;
-}
-
-/// Symbol by symbol, so that no list is too long for the memory.
 void print_list_as_json(const module_file& file, const std::vector<listed_symbol>& list) {
-    json head = json::object();
-    put_name(head, "file", file.path);
-    const auto text_of = [](const json& value) { return value.dump(-1, ' ', false, json::error_handler_t::replace); };
-    std::string text = text_of(head);
-    text.pop_back();
-    std::fputs((text + ",\"symbols\":[").c_str(), stdout);
+    json_writer json(stdout);
+    json.begin_object();
+    json.name("file", file.path);
+    json.begin_array("symbols");
     listed_names names;
-    const char* separator = "\n";
     for (const listed_symbol& each : list) {
-        std::fputs((separator + text_of(symbol_object(file.module, each, names))).c_str(), stdout);
-        separator = ",\n";
+        json.begin_object();
+        if (velm_module::is_named(*each.record))
+            json.name("name", names(each.name));
+        else
+            json.null("name");
+        json.member("kind", std::string_view(&each.kind, 1));
+        json.member("value", each.record->value);
+        json.member("size", each.size);
+        const int number = each.record->section;
+        json.member("section", number);
+        if (number > 0 && static_cast<std::size_t>(number) <= file.module.sections.size())
+            json.name("section_name", file.module.name(file.module.sections[static_cast<std::size_t>(number) - 1]));
+        json.end_object();
     }
-    std::puts("\n]}");
+    json.end_array();
+    json.end_object();
 }
 
 int symbols(const arguments& given) {
