@@ -18,6 +18,9 @@ libgmock-dev        /usr/include/gmock/gmock.h
 libxml2-utils       xmllint
 file                file
 mandoc              mandoc
+python3             python3
+python3-jsonschema  /usr/lib/python3/dist-packages/jsonschema
+python3-html5lib    /usr/lib/python3/dist-packages/html5lib
 '
 
 # What the checks need beyond that.
@@ -28,7 +31,6 @@ clang-format-14     clang-format-14
 clang-tidy-14       clang-tidy-14
 valgrind            valgrind
 strace              strace
-python3             python3
 chromium            chromium
 gcc-arm-none-eabi   arm-none-eabi-gcc
 '

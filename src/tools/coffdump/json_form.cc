@@ -1,3 +1,4 @@
+// Everything is printed as it is read: there may be millions of relocations.
 #include "tools/coffdump/json_form.h"
 
 #include <cstring>
@@ -13,7 +14,7 @@
 
 namespace {
 
-/// Prints a file. Everything is written as it is read: there may be millions of relocations.
+/// Prints a file.
 class image_printer {
 public:
     image_printer(COFF_FILE& input, std::FILE* out) : input_(input), json_(out) {}
