@@ -3,6 +3,7 @@
 
 #include "coff/coff_file.h"
 #include "msg/user_msg.h"
+#include "mutator.h"
 #include "survive.h"
 
 namespace {
@@ -32,7 +33,13 @@ void edit(COFF_FILE& file) {
     file.write("/dev/null");
 }
 
+support::record_map records(const support::bytes& input) {
+    return support::records_of_image(input);
+}
+
 }  // namespace
+
+const input_form fuzz_input = {.records = records};
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     UMSG.set_max_errors(INT32_MAX);  // errors add up over the runs

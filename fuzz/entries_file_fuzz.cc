@@ -6,7 +6,10 @@
 #include <string>
 
 #include "convert/options.h"
+#include "mutator.h"
 #include "survive.h"
+
+const input_form fuzz_input = {};
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     warn_missing_symbols = 1;

@@ -1,10 +1,9 @@
 // The reference loader: any bytes are refused or arrive within the bounds of their sections, in both ways to relocate.
-//
-// As in module_fuzz.cc each input is given as it is and with its checksums repaired, or nothing would pass them.
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
 
+#include "mutator.h"
 #include "support/module_sums.h"
 #include "survive.h"
 #include "velm_loader.h"
@@ -91,12 +90,9 @@ void use(const support::bytes& input) {
 
 }  // namespace
 
+const input_form fuzz_input = {.records = support::records_of_module, .repair = support::repair_sums};
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    support::bytes module(data, data + size);
-    use(module);
-    if (size >= 56) {
-        support::repair_sums(module);
-        use(module);
-    }
+    use(support::bytes(data, data + size));
     return 0;
 }

@@ -1,12 +1,14 @@
-// velmdump: any bytes, in either form, can be checked, shown, compared, drawn
-// and converted.
+// velmdump: any bytes, in either form, can be checked, shown, compared, drawn and converted.
 //
-// Damage seldom leaves the checksums right, and what comes after them would never be reached by a reader that stopped
-// there. So each input is given twice: as it is, and with its checksums repaired.
+// What the check finds sound the loader takes, and it comes back from the other byte order as it was.
 #include <cstdio>
+#include <cstdlib>
 #include <utility>
 #include <vector>
 
+#include "loader_opinion.h"
+#include "mutator.h"
+#include "support/module_sums.h"
 #include "survive.h"
 #include "tools/velmdump/byte_order.h"
 #include "tools/velmdump/checks.h"
@@ -25,6 +27,23 @@ std::FILE* nowhere() {
     return stream;
 }
 
+void require(bool holds, const char* what) {
+    if (holds)
+        return;
+    std::fprintf(stderr, "module_fuzz: %s\n", what);
+    std::abort();
+}
+
+void expect_good(const velm_module& module) {
+    const char* refusal = loader_refusal(module.raw.bytes);
+    require(refusal == nullptr, refusal);
+    const module_bytes turned = in_byte_order(module, !module.raw.big_endian);
+    print_as_text(turned, nowhere());
+    const velm_module there(turned);
+    require(!has_errors(check_module(there)), "sound in one byte order only");
+    require(in_byte_order(there, module.raw.big_endian).bytes == module.raw.bytes, "not the same there and back");
+}
+
 void use(velm_module module) {
     std::vector<finding> findings = check_module(module);
     const module_file file{"fuzz.vlm", std::move(module), std::move(findings)};
@@ -37,7 +56,7 @@ void use(velm_module module) {
     print_report({{"fuzz.vlm", file.module, file.findings}}, nowhere());
     if (!file.sound())
         return;
-    print_as_text(in_byte_order(file.module, !file.module.raw.big_endian), nowhere());
+    expect_good(file.module);
     diff_modules(file.module, file.module, false, [](const difference& d) { std::fputs(d.text.c_str(), nowhere()); });
     offered_names offer;
     offer.add(file.module);
@@ -45,38 +64,13 @@ void use(velm_module module) {
     imported_names(file.module);
 }
 
-/// Makes the words in [from, to) and the one at `checksum` add up; nothing when they are not all in the file.
-void repair(module_bytes& module, std::uint64_t from, std::uint64_t to, std::uint64_t checksum) {
-    if (from > to || to > module.bytes.size() || checksum + 4 > module.bytes.size() || (to - from) % 4 != 0)
-        return;
-    std::uint32_t sum = module.sum(from, to - from);
-    if (checksum >= from && checksum < to)
-        sum -= module.word(checksum);
-    for (unsigned i = 0; i < 4; ++i)
-        module.bytes[checksum + (module.big_endian ? 3 - i : i)] = static_cast<unsigned char>(~sum >> (8 * i));
-}
-
-module_bytes repaired(const velm_module& module) {
-    module_bytes copy = module.raw;
-    const std::uint64_t symbols = module.symbol_records();
-    repair(copy, velm_strtab_offset, module.section_headers(), 44);
-    repair(copy, module.section_headers(), symbols, 40);
-    repair(copy, symbols, symbols + sizeof(velm_symbol_record) * std::uint64_t{module.header.nsyms}, 48);
-    repair(copy, sizeof(velm_filehdr), velm_strtab_offset - 4, velm_strtab_offset - 4);
-    repair(copy, 0, sizeof(velm_filehdr) - 4, sizeof(velm_filehdr) - 4);
-    for (const section_place& section : module.sections)
-        for (const packet_place& packet : module.packets(section))
-            repair(copy, packet.offset, packet.end(), packet.offset + 8);
-    return copy;
-}
-
 }  // namespace
 
+const input_form fuzz_input = {.records = support::records_of_module, .repair = support::repair_sums};
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const velm_module module(decode_module({data, data + size}));
-    if (!module.has_header)
-        return 0;
-    use(module);
-    use(velm_module(repaired(module)));
+    velm_module module(decode_module({data, data + size}));
+    if (module.has_header)
+        use(std::move(module));
     return 0;
 }

@@ -27,6 +27,7 @@ namespace {
 struct {
     char bytes[1 << 16];
     std::size_t used = 0;
+    bool first_word = true;  ///< of the text
 } staged;
 
 void cannot_write() {
@@ -85,7 +86,6 @@ char* put_hex(char* text, std::uint32_t word) {
 
 /// Writes words as text, each but the first of the whole file behind ",\n".
 void write_text(const char* bytes, std::size_t size, std::FILE* stream) {
-    static bool first_word = true;
     constexpr char before_digits[] = {',', '\n', '0', 'x'};
     for (std::size_t words = size / 4; words > 0;) {
         if (sizeof staged.bytes - staged.used < most_text)
@@ -99,10 +99,10 @@ void write_text(const char* bytes, std::size_t size, std::FILE* stream) {
             std::memcpy(text, before_digits, sizeof before_digits);
             text = put_hex(text + sizeof before_digits, word);
         }
-        if (first_word) {
+        if (staged.first_word) {
             text -= 2;
             std::memmove(start, start + 2, static_cast<std::size_t>(text - start));
-            first_word = false;
+            staged.first_word = false;
         }
         staged.used = static_cast<std::size_t>(text - staged.bytes);
         words -= fitting;
@@ -175,6 +175,7 @@ int write_velm() {
         error_exit("ERROR: Unable to open file %s\n", filename_out);
     std::setvbuf(stream, nullptr, _IONBF, 0);  // everything comes in pieces of 64 KiB already
     staged.used = 0;
+    staged.first_word = true;
     write_records<velm_filehdr>(&velm_file, 1, stream);
     write_records<velm_verifyrec>(&velm_file, 1, stream);
     write_data(str_table_buf, 1, velm_file.strtab_size, stream);

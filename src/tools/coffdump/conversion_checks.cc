@@ -148,15 +148,17 @@ void conversion_checks::look_at_contents(std::uint32_t number, scnhdr& section) 
 
 void conversion_checks::look_at_relocations(std::uint32_t number) {
     const scnhdr section = image_.section(number);
+    // Where tables overlap, a symbol that was mended may have been a part of this header.
+    const bool in_file = image_.holds(section.s_relptr, std::uint64_t{section.s_nreloc} * sizeof(reloc));
     std::uint32_t ordinal = 0;
-    for (std::uint32_t i = 0; i < section.s_nreloc; ++i) {
+    for (std::uint32_t i = 0; in_file && i < section.s_nreloc; ++i) {
         const auto entry = image_.get<reloc>(raw_image::reloc_at(section, i));
         if (so::refers_to_symbol(entry.r_type, entry.r_symndx) &&
             (entry.r_symndx >= slots_.size() || slots_[entry.r_symndx] != slot::good))
             look_at_target(number, i, ordinal, entry);
         ordinal += !so::is_internal(entry.r_type);
     }
-    if (lies_over_tables(section)) {  // what was mended there were no relocations only
+    if (!in_file || lies_over_tables(section)) {  // what was mended there were no relocations only
         scnhdr emptied = image_.section(number);
         emptied.s_nreloc = 0;
         image_.put(image_.section_at(number), emptied);
