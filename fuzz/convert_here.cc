@@ -1,3 +1,4 @@
+// The stages of a run as main() calls them. Streams are exchanged, and what a run leaves behind is put back.
 #include "convert_here.h"
 
 #include <climits>

@@ -1,3 +1,4 @@
+// The loader's own check, which it makes before it asks a target for anything.
 #include "loader_opinion.h"
 
 #include "velm_loader.h"

@@ -1,3 +1,4 @@
+// Most changes are to records; some are to bytes, since no record tells what lies between them.
 #include "mutator.h"
 
 #include <algorithm>

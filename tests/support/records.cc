@@ -1,3 +1,4 @@
+// One table of fields for each kind of record, and the walk from header to header.
 #include "support/records.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Relocations take turns over the first symbols, so that each kind of symbol meets each type.
 #include "sweeps/everything.h"
 
 #include <iterator>
