@@ -7,6 +7,7 @@
 #include "convert/options.h"
 #include "convert/velm_file.h"
 #include "driver/options.h"
+#include "driver/table_memory.h"
 #include "output/velm_writer.h"
 #include "packets/image_packets.h"
 
@@ -35,6 +36,7 @@ int main(int argc, char** argv) {
     turn_signals_into_errors();
     print_banner();
     proc_args(argc, argv);
+    prepare_table_memory(filename_in);
     if (coff_file.read(filename_in, false) != 0)
         return EXIT_FAILURE;  // the reader has said why
     setup_entries_lists();
