@@ -19,12 +19,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     // Ask for what the file named, if it named it plainly.
     const std::string first(data, data + std::min<std::size_t>(size, 255));
-    find_matching_entry(first.c_str(), entry_sym_table);
+    entry_sym_table.find_matching_entry(hashed_name(first));
+    entries_prefix_list.find_start_of(first);
     is_exported_symbols_section(first.c_str());
     report_missing_symbols();
 
     cleanup_entries_lists();
-    std::fill(std::begin(entry_sym_table), std::end(entry_sym_table), nullptr);
-    std::fill(std::begin(entry_section_table), std::end(entry_section_table), nullptr);
     return 0;
 }

@@ -1,11 +1,14 @@
 // Reading a COFF file: opening, headers, and the order in which the rest is read.
 #include "coff/coff_file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "format/limits.h"
+#include "msg/allocation.h"
 #include "msg/end_run.h"
 #include "msg/patient_io.h"
 #include "msg/user_msg.h"
@@ -56,14 +59,17 @@ int COFF_FILE::read(std::FILE* fp, bool) {
         return -1;
     }
     symtab_.read(this);
-    if (!check_relocs())
+    if (!make_reloc_room())
         return -1;
+    bool complete = true;
     for (const auto& section : sections_) {
-        if (!section->read_scn())
-            return -1;
+        complete = section->read_scn();
+        if (!complete)
+            break;
         section->set_scnum(next_scnum_++);
     }
-    return 0;
+    free_reloc_room_ = {};
+    return complete ? 0 : -1;
 }
 
 bool COFF_FILE::set_file_length(std::FILE* fp) {
@@ -128,13 +134,7 @@ bool COFF_FILE::read_headers() {
         UMSG.message(USER_MSG::ERROR, "%s: %u sections: a file may have %u", label(), file_hdr_.fh_nscns, max_sections);
         return false;
     }
-    sections_.clear();
-    sections_.reserve(file_hdr_.fh_nscns);
-    for (int index = 0; index < file_hdr_.fh_nscns; ++index) {
-        if (!read_section_hdr(index))
-            return false;
-    }
-    return true;
+    return read_section_hdrs();
 }
 
 bool COFF_FILE::read_file_hdr() {
@@ -172,10 +172,48 @@ bool COFF_FILE::read_file_hdr() {
     return true;
 }
 
-std::unique_ptr<COFF_SECTION> COFF_FILE::new_section() {
-    auto section = std::make_unique<COFF_SECTION>(this);
+void COFF_FILE::section_deleter::operator()(COFF_SECTION* section) const {
+    if (section->in_room_)
+        section->~COFF_SECTION();
+    else
+        delete section;
+}
+
+/// Makes a section of a header as it lies in the file, at `place` if there is one.
+COFF_FILE::owned_section COFF_FILE::new_section(scnhdr header, void* place) {
+    if (byte_swapped_)
+        swap_record(header);
+    owned_section section(place ? new (place) COFF_SECTION(this) : new COFF_SECTION(this));
+    section->in_room_ = place != nullptr;
     section->owned_ = true;
+    section->init_section(&header);
     return section;
+}
+
+/// All headers, from the current position of the stream.
+bool COFF_FILE::read_section_hdrs() {
+    sections_.clear();
+    const std::int64_t position = std::ftell(fp_);
+    const std::size_t count = file_hdr_.fh_nscns;
+    if (count == 0)
+        return true;
+    if (!holds(position, sizeof(scnhdr)))
+        return false;
+    const std::size_t there = static_cast<std::size_t>(file_length_ - position) / sizeof(scnhdr);
+    sections_.reserve(count);
+    section_room_ = std::make_unique_for_overwrite<std::byte[]>(std::min(count, there) * sizeof(COFF_SECTION));
+    for (std::size_t k = 0; k < count; ++k) {
+        const std::size_t ahead = (count - k) * sizeof(scnhdr);
+        const std::int64_t place = position + static_cast<std::int64_t>(k * sizeof(scnhdr));
+        const unsigned char* const bytes = view_at(place, sizeof(scnhdr), ahead);
+        if (!bytes)
+            return false;
+        scnhdr header;
+        std::memcpy(&header, bytes, sizeof header);
+        sections_.push_back(new_section(header, &section_room_[k * sizeof(COFF_SECTION)]));
+    }
+    std::fseek(fp_, static_cast<long>(position + static_cast<std::int64_t>(count * sizeof(scnhdr))), SEEK_SET);
+    return true;
 }
 
 bool COFF_FILE::read_section_hdr(int index) {
@@ -184,31 +222,41 @@ bool COFF_FILE::read_section_hdr(int index) {
     scnhdr header;
     if (!read_next(&header, sizeof header))
         return false;
-    if (byte_swapped_)
-        swap_record(header);
     if (index < 0 || index >= file_hdr_.fh_nscns)
         UMSG.die("COFF_FILE::read_section_hdr", "there is no section header %d", index);
     while (sections_.size() <= static_cast<std::size_t>(index))
-        sections_.push_back(new_section());
-    auto& section = sections_[static_cast<std::size_t>(index)];
-    section = new_section();
-    section->init_section(&header);
+        sections_.push_back(new_section(scnhdr{}, nullptr));
+    sections_[static_cast<std::size_t>(index)] = new_section(header, nullptr);
     return true;
 }
 
-/// Tables may overlap, so a small file could ask for gigabytes of relocations: their sum has to be in proportion.
-bool COFF_FILE::check_relocs() const {
+/// Makes room for the relocations of all sections. False after a message if the file does not hold them. Their tables
+/// may overlap, so a small file could ask for gigabytes: the sum has to be in proportion.
+bool COFF_FILE::make_reloc_room() {
     std::uint64_t total = 0;
     for (const auto& section : sections_) {
         if (!section->relocs_in_file())
             return false;
         total += std::uint64_t{section->sh_nreloc()} * sizeof(reloc);
     }
-    if (total <= proportionate_size(file_length_))
-        return true;
-    UMSG.message(USER_MSG::ERROR, "%s: %llu bytes of relocations in a file of %d bytes", label(),
-                 static_cast<unsigned long long>(total), file_length_);
-    return false;
+    if (total > proportionate_size(file_length_)) {
+        UMSG.message(USER_MSG::ERROR, "%s: %llu bytes of relocations in a file of %d bytes", label(),
+                     static_cast<unsigned long long>(total), file_length_);
+        return false;
+    }
+    const allocation_scope scope("ERROR: Unable to allocate storage for sect relocation table\n");
+    const std::size_t count = total / sizeof(reloc);
+    reloc_room_ = std::make_unique_for_overwrite<reloc[]>(count);
+    free_reloc_room_ = {reloc_room_.get(), count};
+    return true;
+}
+
+reloc* COFF_FILE::room_for_relocs(std::uint32_t count) {
+    if (count > free_reloc_room_.size())
+        return nullptr;
+    reloc* const room = free_reloc_room_.data();
+    free_reloc_room_ = free_reloc_room_.subspan(count);
+    return room;
 }
 
 std::uint16_t COFF_FILE::swap2(std::uint16_t* value) {

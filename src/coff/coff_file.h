@@ -5,9 +5,11 @@
 #ifndef MODFORGE_COFF_COFF_FILE_H
 #define MODFORGE_COFF_COFF_FILE_H
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -162,13 +164,22 @@ public:
     /// Loads the string table if the input holds a sound one. False, without a word, if not.
     bool try_load_strings();
 
+    /// Where a section that is read puts its `count` relocations; null when it has to find a place itself.
+    reloc* room_for_relocs(std::uint32_t count);
+
     /// The first part of dump(): file header and optional header.
     void dump_header(std::FILE* out) const;
 
 private:
     void close_input();
-    std::unique_ptr<COFF_SECTION> new_section();
-    bool check_relocs() const;
+    struct section_deleter {
+        void operator()(COFF_SECTION* section) const;
+    };
+    using owned_section = std::unique_ptr<COFF_SECTION, section_deleter>;
+
+    owned_section new_section(scnhdr header, void* place);
+    bool read_section_hdrs();
+    bool make_reloc_room();
     const char* strtab_fault(std::uint32_t& length);
     [[noreturn]] void end_on_bad_strings(const char* fault);
     void load_strtab();
@@ -192,7 +203,11 @@ private:
     bool byte_swapped_ = false;  ///< file order is the opposite of the host's
     filehdr file_hdr_{};
     opthdr opt_hdr_{};
-    std::vector<std::unique_ptr<COFF_SECTION>> sections_;
+    /// Room for the sections and relocations that are read, side by side: there may be tens of thousands of small ones.
+    std::unique_ptr<std::byte[]> section_room_;
+    std::unique_ptr<reloc[]> reloc_room_;
+    std::span<reloc> free_reloc_room_;  ///< while read() has sections to read
+    std::vector<owned_section> sections_;
     COFF_SYMBOL_TABLE symtab_;
     std::uint32_t strtab_size_ = 0;
     std::uint32_t strtab_capacity_ = 0;

@@ -70,9 +70,13 @@ bool COFF_SECTION::relocs_in_file() const {
 void COFF_SECTION::decode_relocs(std::uint32_t count) {
     if (count == 0)
         return;
-    const allocation_scope scope("ERROR: Unable to allocate storage for sect relocation table\n");
-    auto entries = std::make_unique_for_overwrite<reloc[]>(count);
-    if (!file_->read_at(std::int64_t{file_->image_start()} + header_.s_relptr, entries.get(), count * sizeof(reloc))) {
+    reloc* entries = file_->room_for_relocs(count);
+    if (!entries) {
+        const allocation_scope scope("ERROR: Unable to allocate storage for sect relocation table\n");
+        own_relocs_ = std::make_unique_for_overwrite<reloc[]>(count);
+        entries = own_relocs_.get();
+    }
+    if (!file_->read_at(std::int64_t{file_->image_start()} + header_.s_relptr, entries, count * sizeof(reloc))) {
         UMSG.fatal_err("%s: cannot read the relocations of section %s", file_->label(), name());
         end_run(EXIT_FAILURE);
     }
@@ -80,8 +84,8 @@ void COFF_SECTION::decode_relocs(std::uint32_t count) {
         for (std::uint32_t k = 0; k < count; ++k)
             swap_record(entries[k]);
     }
-    read_relocs_ = std::move(entries);
-    header_.s_nreloc = nread_relocs_ = count;
+    read_relocs_ = {entries, count};
+    header_.s_nreloc = count;
 }
 
 bool COFF_SECTION::has_contents() const {

@@ -187,9 +187,10 @@ public:
     [[nodiscard]] bool relocs_in_file() const;
     /// The relocations as they were read, in host order, side by side. For whoever walks over all of them and needs no
     /// list, which is made only when it is asked for.
-    [[nodiscard]] std::span<const reloc> relocs_read() const { return {read_relocs_.get(), nread_relocs_}; }
-    /// Gives them away; the section has no relocations afterwards.
-    [[nodiscard]] std::unique_ptr<reloc[]> take_relocs();
+    [[nodiscard]] std::span<const reloc> relocs_read() const { return read_relocs_; }
+    /// Gives them away to be changed; the section has no relocations afterwards. Their place stays the section's, until it
+    /// reads or clears its relocations, or its file reads another time.
+    [[nodiscard]] std::span<reloc> take_relocs();
     /// Whether the file holds the contents, or line numbers, that are not in memory yet; nothing is said.
     [[nodiscard]] bool contents_in_file() const;
     [[nodiscard]] bool lnnos_in_file() const;
@@ -243,10 +244,11 @@ private:
     std::uint16_t scnum_ = 0;
     std::uint32_t symndx_ = 0;  ///< 0: not known
 
-    bool owned_ = false;  ///< by its file, which deletes it
+    bool owned_ = false;    ///< by its file, which deletes it
+    bool in_room_ = false;  ///< which its file has for the sections that it reads
     std::string own_name_;
-    std::unique_ptr<reloc[]> read_relocs_;
-    std::uint32_t nread_relocs_ = 0;
+    std::span<reloc> read_relocs_;                    ///< in own_relocs_, or in the file's table
+    std::unique_ptr<reloc[]> own_relocs_;             ///< of a section that was read by itself
     mutable std::unique_ptr<reloc_list> reloc_list_;  ///< null until it is asked for; see relocs()
     std::uint32_t raw_size_ = 0;  ///< bytes of raw_data_, which a later change of width or flags does not change
 };

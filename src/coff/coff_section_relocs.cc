@@ -28,14 +28,16 @@ SLIST& COFF_SECTION::relocs() const {
         reloc_list_ = std::make_unique<reloc_list>();
         reloc_list_->nodes.set_cmp_func(reloc_cmp);
     }
-    while (reloc_list_->listed < nread_relocs_)
+    while (reloc_list_->listed < read_relocs_.size())
         reloc_list_->nodes.append(&read_relocs_[reloc_list_->listed++]);
     return reloc_list_->nodes;
 }
 
-std::unique_ptr<reloc[]> COFF_SECTION::take_relocs() {
-    auto entries = std::move(read_relocs_);
+std::span<reloc> COFF_SECTION::take_relocs() {
+    const std::span<reloc> entries = read_relocs_;
+    auto place = std::move(own_relocs_);
     clear_relocs();
+    own_relocs_ = std::move(place);
     return entries;
 }
 
@@ -79,8 +81,8 @@ void COFF_SECTION::clear_relocs() {
         reloc_list_->listed = 0;
         reloc_list_->added.clear();
     }
-    read_relocs_.reset();
-    nread_relocs_ = 0;
+    read_relocs_ = {};
+    own_relocs_.reset();
     header_.s_nreloc = 0;
 }
 

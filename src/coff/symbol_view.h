@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <cstring>
 
+#include "containers/hashed_name.h"
 #include "format/coff_records.h"
+#include "format/limits.h"
 
 /// The answers are those of the COFF_SYMBOL that would be made of the entry.
 class symbol_view {
@@ -20,6 +22,20 @@ public:
 
     /// Lives as long as the view.
     const char* name() const { return long_name_ ? long_name_ : short_name_; }
+    /// The name, with its length and hash, which are found once. One too long for a module is cut one character behind
+    /// what a module takes.
+    std::string_view text() const {
+        if (length_ == unknown)
+            length_ = strnlen(name(), max_name_length + 1);
+        return {name(), length_};
+    }
+    hashed_name hashed() const {
+        if (!hash_known_) {
+            hash_ = hashed_name(text()).hash;
+            hash_known_ = true;
+        }
+        return {text(), hash_};
+    }
     std::uint32_t coff_index() const { return coff_index_; }
     std::int32_t value() const { return entry_.n_value; }
     std::int16_t scnum() const { return entry_.n_scnum; }
@@ -27,10 +43,15 @@ public:
     bool has_aux() const { return entry_.n_numaux > 0; }
 
 private:
+    static constexpr std::size_t unknown = SIZE_MAX;
+
     syment entry_;
     char short_name_[sizeof syment::n_name + 1];  ///< empty if there is a long one
     const char* long_name_ = nullptr;
     std::uint32_t coff_index_;
+    mutable bool hash_known_ = false;
+    mutable std::uint32_t hash_ = 0;
+    mutable std::size_t length_ = unknown;
 };
 
 #endif

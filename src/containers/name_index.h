@@ -2,75 +2,93 @@
 #ifndef MODFORGE_CONTAINERS_NAME_INDEX_H
 #define MODFORGE_CONTAINERS_NAME_INDEX_H
 
+#include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <string_view>
+#include <utility>
 #include <vector>
 
-/// Maps each name to the number that was added with it first. It keeps no text: whoever asks gives
-/// `is(number, name)`, which tells whether a number stands for a name.
+#include "containers/hashed_name.h"
+
+/// Maps each name to the number that was added with it first. It keeps no text: whoever asks gives `text_of(number)`, the
+/// name that a number stands for.
 class name_index {
 public:
     /// What find() gives for a name that was not added; no number.
     static constexpr std::uint32_t none = UINT32_MAX;
 
-    template <typename IS> std::uint32_t find(std::string_view name, IS is) const {
+    template <typename TEXT_OF> std::uint32_t find(const hashed_name& name, TEXT_OF text_of) const {
         if (used_ == 0)
             return none;
-        const std::uint32_t hash = hash_of(name);
-        const std::size_t i = slot_of(name, hash, is);
-        return tags_[i] == free_tag ? none : slots_[i].number;
+        const std::size_t i = slot_of(name, text_of);
+        return tags_[i] == free_tag ? none : numbers_[i];
     }
 
     /// Adds `name` with `number` unless it is there. Returns the number that stands now.
-    template <typename IS> std::uint32_t find_or_add(std::string_view name, std::uint32_t number, IS is) {
-        if (used_ + 1 > tags_.size() / 4 * 3)
-            resize(tags_.empty() ? first_size : tags_.size() * 2);
-        const std::uint32_t hash = hash_of(name);
-        const std::size_t i = slot_of(name, hash, is);
+    template <typename TEXT_OF>
+    std::uint32_t find_or_add(const hashed_name& name, std::uint32_t number, TEXT_OF text_of) {
+        if (used_ + 1 > tags_.size() / 2)
+            resize(tags_.empty() ? first_size : tags_.size() * 4, text_of);
+        const std::size_t i = slot_of(name, text_of);
         if (tags_[i] != free_tag)
-            return slots_[i].number;
-        tags_[i] = tag_of(hash);
-        slots_[i] = {hash, number};
+            return numbers_[i];
+        tags_[i] = tag_of(name.hash);
+        numbers_[i] = number;
         ++used_;
         return number;
     }
 
     /// Makes room for `count` names in all, which need not come.
-    void reserve(std::size_t count);
+    template <typename TEXT_OF> void reserve(std::size_t count, TEXT_OF text_of) {
+        const std::size_t size = std::bit_ceil(std::max(2 * count, first_size));
+        if (size > tags_.size())
+            resize(size, text_of);
+    }
 
     /// Forgets every name and gives the memory back.
-    void clear();
+    void clear() {
+        tags_ = {};
+        numbers_.reset();
+        used_ = 0;
+    }
 
 private:
     static constexpr std::size_t first_size = 64;
-    static constexpr std::uint16_t free_tag = 0;
+    static constexpr std::uint8_t free_tag = 0;
 
-    struct slot {
-        std::uint32_t hash;
-        std::uint32_t number;
-    };
-
-    static std::uint32_t hash_of(std::string_view name);
-    static std::uint16_t tag_of(std::uint32_t hash) { return static_cast<std::uint16_t>(hash >> 16 | 1U); }
+    static std::uint8_t tag_of(std::uint32_t hash) { return static_cast<std::uint8_t>(hash >> 24 | 1U); }
 
     /// Where the name is or would go.
-    template <typename IS> std::size_t slot_of(std::string_view name, std::uint32_t hash, IS is) const {
+    template <typename TEXT_OF> std::size_t slot_of(const hashed_name& name, TEXT_OF text_of) const {
         const std::size_t mask = tags_.size() - 1;
-        std::size_t i = hash & mask;
-        while (tags_[i] != free_tag &&
-               !(tags_[i] == tag_of(hash) && slots_[i].hash == hash && is(slots_[i].number, name)))
+        const std::uint8_t tag = tag_of(name.hash);
+        std::size_t i = name.hash & mask;
+        while (tags_[i] != free_tag && !(tags_[i] == tag && text_of(numbers_[i]) == name.text))
             i = (i + 1) & mask;
         return i;
     }
 
-    void resize(std::size_t size);
+    /// Moves to tables of `size` slots.
+    template <typename TEXT_OF> void resize(std::size_t size, TEXT_OF text_of) {
+        const std::vector<std::uint8_t> tags = std::exchange(tags_, std::vector<std::uint8_t>(size, free_tag));
+        const auto numbers = std::exchange(numbers_, std::make_unique_for_overwrite<std::uint32_t[]>(size));
+        for (std::size_t k = 0; k < tags.size(); ++k) {
+            if (tags[k] == free_tag)
+                continue;
+            std::size_t i = hashed_name(text_of(numbers[k])).hash & (size - 1);
+            while (tags_[i] != free_tag)
+                i = (i + 1) & (size - 1);
+            tags_[i] = tags[k];
+            numbers_[i] = numbers[k];
+        }
+    }
 
-    /// A power of two, at most three quarters in use. The tags, a part of the hash, lie apart: a search looks at two bytes
-    /// a slot, which stay in the cache, and at the slot itself only where it has good hope.
-    std::vector<std::uint16_t> tags_;
-    std::unique_ptr<slot[]> slots_;  ///< as many; those with a free tag are not initialised
+    /// A power of two, at most half of it in use. The tags, a part of the hash, lie apart: a search looks at one byte a slot,
+    /// which stay in the cache, and at the name itself only where it has good hope.
+    std::vector<std::uint8_t> tags_;
+    std::unique_ptr<std::uint32_t[]> numbers_;  ///< as many; those with a free tag are not initialised
     std::size_t used_ = 0;
 };
 

@@ -2,90 +2,42 @@
 #include "convert/entries_files.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "coff/coff_section.h"
 #include "coff/symbol_view.h"
+#include "convert/entry_tokens.h"
 #include "convert/options.h"
 #include "convert/velm_file.h"
 #include "format/limits.h"
 #include "format/special_names.h"
 #include "msg/error_exit.h"
-#include "msg/patient_io.h"
-
-const std::uint32_t fixed_hash_key = 27;
-static_assert(entries_buckets == (0xFFFFFFFFU >> fixed_hash_key) + 1);
 
 namespace {
 
-name_index& index_of(entries_file_sym** table) {
-    return table == entry_sym_table ? entries_lookup.symbols : entries_lookup.excluded;
-}
+constexpr unsigned fixed_hash_key = 27;  // bits by which the hash product is shifted
 
-bool is_blank(int c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
+entry_texts texts;  // in which the names of all entries lie
 
-/// An entries file as a sequence of tokens, read in pieces.
-class token_reader {
-public:
-    token_reader(std::FILE* stream, const char* file_name) : stream_(stream), file_name_(file_name) {}
+/// What was answered before, by COFF symbol index and by section number: up to three stages ask for every symbol.
+std::vector<std::uint8_t> symbol_answers;
+std::vector<std::uint8_t> section_answers;
 
-    /// The next token that is no comment, or null at the end of the file. Valid until the next call.
-    const char* next() {
-        for (;;) {
-            int c = get();
-            while (is_blank(c))
-                c = get();
-            if (c == EOF)
-                return nullptr;
-            if (c != '#')
-                return token_from(c);
-            while (c != '\n' && c != EOF)
-                c = get();
-        }
-    }
-
-private:
-    const char* token_from(int c) {
-        std::size_t length = 0;
-        for (; c != EOF && !is_blank(c); c = get()) {
-            if (length == max_entry_length)
-                error_exit("ERROR: %s:%lu: an entry has more than 255 characters\n", file_name_, line_);
-            token_[length++] = static_cast<char>(c);
-        }
-        token_[length] = '\0';
-        return token_;
-    }
-
-    int get() {
-        if (at_ == end_) {
-            end_ = read_bytes(buffer_, sizeof buffer_, stream_);
-            at_ = 0;
-            if (end_ == 0)
-                return EOF;
-        }
-        const int c = static_cast<unsigned char>(buffer_[at_++]);
-        line_ += c == '\n';
-        return c;
-    }
-
-    std::FILE* stream_;
-    const char* file_name_;
-    unsigned long line_ = 1;
-    char buffer_[4096];
-    std::size_t at_ = 0;
-    std::size_t end_ = 0;
-    char token_[max_entry_length + 1];
-};
-
-void add_token(const char* token) {
-    const char marker = token[0] == '-' ? token[1] : token[0];
-    switch (marker) {
+/// Whether the token is to be kept.
+bool add_token(std::string_view token) {
+    const std::size_t marker = token.starts_with('-');
+    switch (marker < token.size() ? token[marker] : '\0') {
     case '^':
-        return add_to_an_entries_list(&entries_prefix_list, token);
+        add_to_an_entries_list(entries_prefix_list, token);
+        return true;
     case '@':
-        return add_to_an_entries_list(&entries_symbols_section_list, token);
+        add_to_an_entries_list(entries_symbols_section_list, token);
+        return true;
     case '!':
         return add_an_entry(token, entry_section_table);
     default:
@@ -97,6 +49,7 @@ void read_entries_file(const char* name) {
     std::FILE* stream = std::fopen(name, "r");
     if (!stream)
         error_exit("ERROR: Unable to open entries file %s\n", name);
+    std::setvbuf(stream, nullptr, _IONBF, 0);  // it is read in blocks
     read_in_entries(stream, name);
     const bool failed = std::ferror(stream) != 0;
     std::fclose(stream);
@@ -117,23 +70,56 @@ template <typename ASK> bool remembered(std::vector<std::uint8_t>& answers, std:
 /// Whether some entry exports the symbol; marks the one that says so.
 bool names_symbol(const symbol_view& sym) {
     // Entries have at most 255 characters: what lies behind them in a name, however long, is never looked at.
-    const std::string_view name(sym.name(), strnlen(sym.name(), max_entry_length + 1));
+    const std::string_view name = sym.text().substr(0, max_entry_length + 1);
     entries_file_sym* entry =
-        name.size() <= max_entry_length ? entries_lookup.find(entries_lookup.symbols, name) : nullptr;
+        name.size() <= max_entry_length ? entry_sym_table.find_matching_entry(sym.hashed()) : nullptr;
     if (!entry)
-        entry = entries_lookup.find_prefix(name);
+        entry = entries_prefix_list.find_start_of(name);
     if (entry) {
-        entry->found = 1;
+        entry->found = true;
         return true;
     }
     COFF_SECTION* const scn = sym.scnum() > 0 ? coff_file.get_section(sym.scnum()) : nullptr;
-    return scn && remembered(entries_lookup.section_answers, static_cast<std::size_t>(sym.scnum()),
+    return scn && remembered(section_answers, static_cast<std::size_t>(sym.scnum()),
                              [&] { return is_exported_symbols_section(scn->name()); });
 }
 
+/// The group in which a missing symbol is warned of. Within a group the last entry comes first.
+std::uint32_t bucket_of(std::string_view name) {
+    // Each character shifts those before it by four bits: only the last eight are left in the word. On purpose characters
+    // are signed: 0x80 and above subtract.
+    std::uint32_t hash = 0;
+    for (const char c : name.substr(name.size() - std::min(name.size(), std::size_t{8})))
+        hash = (hash << 4) + static_cast<std::uint32_t>(static_cast<signed char>(c));
+    return (hash * 0x4E67C98CU) >> fixed_hash_key;
+}
+
 /// Whether the entry is one to warn of.
-bool is_missing(const entries_file_sym* entry) {
-    return !entry->optional && !entry->found;
+bool is_missing(const entries_file_sym& entry) {
+    return !entry.optional && !entry.found;
+}
+
+/// Calls `warn(name)`, with the name NUL-terminated, for each missing one of the entries. Tells whether there was one.
+template <typename WARN> bool warn_of_missing(const std::vector<entries_file_sym>& entries, WARN warn) {
+    bool warned = false;
+    for (const entries_file_sym& entry : entries) {
+        if (!is_missing(entry))
+            continue;
+        warn(std::string(entry.name).c_str());
+        warned = true;
+    }
+    return warned;
+}
+
+/// The missing symbols, group by group.
+std::vector<entries_file_sym> missing_symbols() {
+    std::vector<entries_file_sym> missing;
+    const std::vector<entries_file_sym>& all = entry_sym_table.records();
+    std::copy_if(all.rbegin(), all.rend(), std::back_inserter(missing), is_missing);
+    std::stable_sort(missing.begin(), missing.end(), [](const entries_file_sym& a, const entries_file_sym& b) {
+        return bucket_of(a.name) < bucket_of(b.name);
+    });
+    return missing;
 }
 
 }  // namespace
@@ -148,67 +134,41 @@ void setup_entries_lists() {
 }
 
 int read_in_entries(std::FILE* stream, const char* file_name) {
-    token_reader reader(stream, file_name);
-    while (const char* token = reader.next())
-        add_token(token);
+    entry_tokens tokens(stream, file_name, texts);
+    while (const std::optional<std::string_view> token = tokens.next()) {
+        if (add_token(*token))
+            tokens.keep();
+    }
     return EOF;
 }
 
-void add_an_entry(const char* text, entries_file_sym** table) {
-    const bool optional = *text == '-';
-    text += optional;
-    text += *text == '!';
-    if (const entries_file_sym* kept = find_matching_entry(text, table)) {
-        if ((kept->optional != 0) != optional && warn_missing_symbols)
-            std::fprintf(stderr,
-                         "WARNING: Duplicate entries for %s from entries file(s) with different qualifiers. "
-                         "Keeping entry %c%s\n",
-                         text, kept->optional ? '-' : ' ', text);
-        return;
+bool add_an_entry(std::string_view text, entries_table& table) {
+    const bool optional = text.starts_with('-');
+    text.remove_prefix(optional);
+    text.remove_prefix(text.starts_with('!'));
+    const entries_file_sym* const kept = table.find_or_add(hashed_name(text), optional);
+    if (kept && kept->optional != optional && warn_missing_symbols) {
+        const std::string name(text);
+        std::fprintf(stderr,
+                     "WARNING: Duplicate entries for %s from entries file(s) with different qualifiers. "
+                     "Keeping entry %c%s\n",
+                     name.c_str(), kept->optional ? '-' : ' ', name.c_str());
     }
-    // The look-up above has left the bucket and the length; nothing may look up in between.
-    entries_file_sym* record = entries_lookup.make({text, last_length}, optional);
-    record->next = table[hash_key];
-    table[hash_key] = record;
-    entries_lookup.add(index_of(table), record);
-}
-
-void add_to_an_entries_list(SLIST* list, const char* text) {
-    const bool optional = *text == '-';
-    text += optional;
-    ++text;  // the marker
-    entries_file_sym* record = entries_lookup.make(text, optional);
-    list->append(record);
-    // A text that is there twice is found through its first record; the second stays in the list, unfound.
-    if (list == &entries_prefix_list)
-        entries_lookup.add_prefix(record);
-    else
-        entries_lookup.add(entries_lookup.export_sections, record);
-}
-
-entries_file_sym* find_matching_entry(const char* name, entries_file_sym** table) {
-    std::uint32_t hash = 0;
-    std::uint32_t length = 0;
-    for (; name[length]; ++length)  // on purpose the characters are signed: 0x80 and above subtract
-        hash = (hash << 4) + static_cast<std::uint32_t>(static_cast<signed char>(name[length]));
-    last_length = length;
-    hash_key = (hash * 0x4E67C98CU) >> fixed_hash_key;
-    return entries_lookup.find(index_of(table), {name, length});
+    return !kept;
 }
 
 bool is_entries_symbol(const symbol_view& sym) {
     if (entries_files_list.size() == 0)
         return true;
-    return remembered(entries_lookup.symbol_answers, sym.coff_index(), [&] { return names_symbol(sym); });
+    return remembered(symbol_answers, sym.coff_index(), [&] { return names_symbol(sym); });
 }
 
 bool is_exported_symbols_section(const char* name) {
     const std::string_view text(name, strnlen(name, max_entry_length + 1));
-    entries_file_sym* entry = entries_lookup.find(entries_lookup.export_sections, text);
-    if (!entry)
-        return false;
-    entry->found = 1;
-    return true;
+    entries_file_sym* const entry = entries_symbols_section_list.find_matching_entry(hashed_name(text));
+    if (entry)
+        entry->found = true;
+    return entry != nullptr;
 }
 
 bool is_entries_section(COFF_SECTION* scn) {
@@ -218,7 +178,7 @@ bool is_entries_section(COFF_SECTION* scn) {
     const std::string_view name(scn->name(), strnlen(scn->name(), max_entry_length + 1));
     std::size_t length = name.size();
     while (length != std::string_view::npos) {
-        if (length <= max_entry_length && entries_lookup.find(entries_lookup.excluded, name.substr(0, length)))
+        if (length <= max_entry_length && entry_section_table.find_matching_entry(hashed_name(name.substr(0, length))))
             return true;
         length = length == 0 ? std::string_view::npos : name.rfind(':', length - 1);
     }
@@ -226,42 +186,24 @@ bool is_entries_section(COFF_SECTION* scn) {
 }
 
 void report_missing_symbols() {
-    bool warned = false;
-    for (entries_file_sym* chain : entry_sym_table) {
-        for (const entries_file_sym* entry = chain; entry; entry = entry->next) {
-            if (is_missing(entry)) {
-                std::fprintf(stderr, "WARNING: Symbol %s from entries file not found in %s\n", entry->name.get(),
-                             filename_in);
-                warned = true;
-            }
-        }
-    }
-    for (const entries_file_sym* entry : items<entries_file_sym>(entries_prefix_list)) {
-        if (is_missing(entry)) {
-            std::fprintf(stderr, "WARNING: Prefix %s from entries file not found in %s\n", entry->name.get(),
-                         filename_in);
-            warned = true;
-        }
-    }
-    for (const entries_file_sym* entry : items<entries_file_sym>(entries_symbols_section_list)) {
-        if (is_missing(entry)) {
-            std::fprintf(stderr, "WARNING: Section %s from entries file not found in %s\n", entry->name.get(),
-                         filename_in);
-            warned = true;
-        }
-    }
+    bool warned = warn_of_missing(missing_symbols(), [](const char* name) {
+        std::fprintf(stderr, "WARNING: Symbol %s from entries file not found in %s\n", name, filename_in);
+    });
+    warned |= warn_of_missing(entries_prefix_list.records(), [](const char* name) {
+        std::fprintf(stderr, "WARNING: Prefix %s from entries file not found in %s\n", name, filename_in);
+    });
+    warned |= warn_of_missing(entries_symbols_section_list.records(), [](const char* name) {
+        std::fprintf(stderr, "WARNING: Section %s from entries file not found in %s\n", name, filename_in);
+    });
     if (warned)
         std::fputs("\n\n", stderr);
 }
 
-void cleanup_entries_table(entries_file_sym** table) {
-    std::fill_n(table, entries_buckets, nullptr);
-}
-
 void cleanup_entries_lists() {
-    cleanup_entries_table(entry_sym_table);
-    cleanup_entries_table(entry_section_table);
+    entry_sym_table.clear();
+    entry_section_table.clear();
     entries_prefix_list.clear();
     entries_symbols_section_list.clear();
-    entries_lookup.clear();
+    symbol_answers = section_answers = {};
+    texts.clear();
 }

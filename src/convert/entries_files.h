@@ -1,91 +1,22 @@
 // Entries files: which symbols the module exports by name, and which sections stay out of it.
 //
-// Four structures hold the entries in the order that the warnings show; entries_index finds in them without walking.
 // docs/entries-files.md tells the syntax.
 #ifndef MODFORGE_CONVERT_ENTRIES_FILES_H
 #define MODFORGE_CONVERT_ENTRIES_FILES_H
 
-#include <cstdint>
 #include <cstdio>
-#include <memory>
 #include <string_view>
-#include <vector>
 
-#include "containers/name_index.h"
-#include "containers/record_pool.h"
-#include "containers/slist.h"
+#include "convert/entries_table.h"
+#include "convert/prefix_table.h"
 
 class COFF_SECTION;
 class symbol_view;
 
-/// One entry, in one of the two tables or of the two lists.
-struct entries_file_sym {
-    std::uint8_t found;            ///< 1 once the entry matched something in the input
-    std::unique_ptr<char[]> name;  ///< without qualifier and marker
-    std::uint32_t length;          ///< characters of name
-    std::uint8_t optional;         ///< 1: written with a leading "-", never reported as missing
-    entries_file_sym* next;        ///< the bucket's next record; not used in the lists
-};
-
-inline constexpr std::uint32_t entries_buckets = 32;
-
-/// Owner of the records and the quick way to them.
-class entries_index {
-public:
-    /// A new record for `name` (copied), not found yet.
-    entries_file_sym* make(std::string_view name, bool optional);
-
-    /// Frees every record and forgets every name.
-    void clear();
-
-    /// The record of the exact `name` in a table or list, or null; the first one that was added.
-    entries_file_sym* find(const name_index& index, std::string_view name) const;
-
-    /// Makes find() find `record`, unless an earlier one has its name.
-    void add(name_index& index, entries_file_sym* record);
-
-    /// The first prefix, in the order of addition, that `name` begins with, or null.
-    entries_file_sym* find_prefix(std::string_view name);
-
-    /// Makes find_prefix() find `record`, unless an earlier one has its text.
-    void add_prefix(entries_file_sym* record);
-
-    name_index symbols;          ///< of entry_sym_table
-    name_index excluded;         ///< of entry_section_table
-    name_index export_sections;  ///< of entries_symbols_section_list
-
-    /// What was answered before, by COFF symbol index and by section number: up to three stages ask for every symbol.
-    std::vector<std::uint8_t> symbol_answers;
-    std::vector<std::uint8_t> section_answers;
-
-private:
-    std::string_view name_of(std::uint32_t number) const;
-    std::uint32_t number_in(const name_index& index, std::string_view name) const;
-
-    /// A prefix, in the order of the texts; one that begins with another one stands somewhere behind it.
-    struct prefix {
-        std::string_view text;
-        std::uint32_t first;   ///< the least number among it and all that it begins with
-        std::uint32_t parent;  ///< place of the longest one that it begins with, or name_index::none
-    };
-
-    void sort_prefixes();
-
-    record_pool<entries_file_sym> pool_;
-    std::vector<entries_file_sym*> records_;  ///< what the numbers in the indices stand for
-    std::vector<prefix> prefixes_;
-    bool prefixes_sorted_ = true;
-};
-
-extern entries_file_sym* entry_sym_table[entries_buckets];      ///< symbol names
-extern entries_file_sym* entry_section_table[entries_buckets];  ///< names of sections to leave out
-extern SLIST entries_prefix_list;                               ///< entries_file_sym*: prefixes of symbol names
-extern SLIST entries_symbols_section_list;  ///< entries_file_sym*: sections whose symbols are all exported
-extern entries_index entries_lookup;
-
-extern const std::uint32_t fixed_hash_key;  ///< bits by which the hash product is shifted
-extern std::uint32_t hash_key;              ///< bucket of the most recent look-up
-extern std::uint32_t last_length;           ///< length of the name of the most recent look-up
+extern entries_table entry_sym_table;               ///< symbol names, each once
+extern entries_table entry_section_table;           ///< names of sections to leave out, each once
+extern prefix_table entries_prefix_list;            ///< prefixes of symbol names
+extern entries_table entries_symbols_section_list;  ///< sections whose symbols are all exported
 
 /// Reads every file of entries_files_list and adds the default entries. A file that cannot be opened or read ends the
 /// run.
@@ -95,15 +26,16 @@ void setup_entries_lists();
 /// value (-1). A token of more than 255 characters ends the run, a comment excepted.
 int read_in_entries(std::FILE* stream, const char* file_name);
 
-/// Adds the entry that `text` spells, qualifier and marker included, to one of the two tables. A name that is there
-/// stays as it is; another qualifier is warned of.
-void add_an_entry(const char* text, entries_file_sym** table);
+/// Adds the entry that `text` spells, qualifier and marker included, to one of the two tables, and tells whether it was
+/// new. A name that is there stays as it is; another qualifier is warned of. The text is not copied: it must live until
+/// cleanup_entries_lists().
+bool add_an_entry(std::string_view text, entries_table& table);
 
-/// Appends the entry that `text` spells, qualifier and marker included, to one of the two lists.
-void add_to_an_entries_list(SLIST* list, const char* text);
-
-/// The record of `name` in `table`, or null. Leaves bucket and length in hash_key and last_length for an insertion.
-entries_file_sym* find_matching_entry(const char* name, entries_file_sym** table);
+/// Appends the entry that `text` spells, qualifier and marker included, to one of the two lists. The text is not copied.
+template <typename LIST> void add_to_an_entries_list(LIST& list, std::string_view text) {
+    const bool optional = text.starts_with('-');
+    list.append(text.substr(optional + 1U), optional);
+}
 
 /// Whether the symbol is to be exported by name; marks the entry that says so.
 bool is_entries_symbol(const symbol_view& sym);
@@ -119,7 +51,5 @@ void report_missing_symbols();
 
 /// Frees all entries.
 void cleanup_entries_lists();
-/// Unlinks the records of one table.
-void cleanup_entries_table(entries_file_sym** table);
 
 #endif

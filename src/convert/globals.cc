@@ -20,13 +20,10 @@ COFF_FILE coff_file(true);
 class velm_file velm_file;
 SLIST entries_files_list;
 
-SLIST entries_prefix_list;
-SLIST entries_symbols_section_list;
-entries_index entries_lookup;
-entries_file_sym* entry_sym_table[entries_buckets];
-entries_file_sym* entry_section_table[entries_buckets];
-std::uint32_t hash_key;
-std::uint32_t last_length;
+entries_table entry_sym_table;
+entries_table entry_section_table;
+prefix_table entries_prefix_list;
+entries_table entries_symbols_section_list;
 
 std::vector<std::uint16_t> c2v_scn_xtbl;
 std::vector<std::uint16_t> c2v_symbol_xtbl;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 #include <utility>
 
 #include "coff/coff_section.h"
@@ -145,6 +146,7 @@ void init_sect_hdrs() {
         const allocation_scope scope("ERROR: Unable to allocate storage for sectionheader entry\n");
         velm_file.sections.reserve(nscns);  // room that is not used costs nothing
     }
+    reserve_strings(nscns);
     std::uint64_t total_contents = 0;
     for (std::uint32_t n = 1; n <= nscns; ++n) {
         COFF_SECTION* scn = coff_file.get_section(static_cast<std::int16_t>(n));
@@ -167,11 +169,9 @@ void init_sect_flags(velm_scnhdr* hdr, COFF_SECTION* scn) {
 }
 
 void init_sect_relocs(COFF_SECTION* scn, scnhdrlist_entry* hdr) {
-    const std::size_t in_input = scn->relocs_read().size();
-    hdr->reloc_storage = scn->take_relocs();
-    reloc_record* const table = hdr->reloc_storage.get();
+    const std::span<reloc_record> table = scn->take_relocs();
     std::uint32_t count = 0;
-    for (std::size_t i = 0; i < in_input; ++i) {
+    for (std::size_t i = 0; i < table.size(); ++i) {
         reloc_record& record = table[i];  // most need no change, and a copy of each costs more than all the rest
         const reloc_type_facts& facts = reloc_facts(record.r_type);
         // 0x5001 is left out as well, on purpose, although it has a displacement.
@@ -185,5 +185,5 @@ void init_sect_relocs(COFF_SECTION* scn, scnhdrlist_entry* hdr) {
             table[count] = record;
         ++count;
     }
-    hdr->relocs = {count, 0, table};
+    hdr->relocs = {count, 0, table.data()};
 }

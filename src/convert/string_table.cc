@@ -21,26 +21,31 @@ void check_table_size(std::uint64_t size) {
         error_exit("ERROR: The module would have 4 GiB or more\n");
 }
 
-/// Whether the string at `offset` of the table, of which more than `name` may be compared, is `name`.
-bool is_string(std::uint32_t offset, std::string_view name) {
-    const std::vector<char>& table = velm_file.strings;
-    return table.size() - offset > name.size() && std::memcmp(&table[offset], name.data(), name.size()) == 0 &&
-           table[offset + name.size()] == '\0';
+std::string_view string_at(std::uint32_t offset) {
+    return &velm_file.strings[offset];
 }
 
 }  // namespace
 
-std::uint32_t add_to_string_list(const char* name) {
-    const std::string_view text(name, strnlen(name, max_name_length + 1));
-    if (text.size() > max_name_length)
-        error_exit("ERROR: A name of the module has more than 65534 characters: %.60s...\n", name);
+void reserve_strings(std::size_t count) {
     const allocation_scope scope("ERROR: Unable to allocate string table entry\n");
-    const std::uint32_t offset = velm_file.string_offsets.find_or_add(text, velm_file.strtab_size, is_string);
+    velm_file.string_offsets.reserve(count, string_at);
+}
+
+std::uint32_t add_to_string_list(const char* name) {
+    return add_to_string_list(hashed_name(std::string_view(name, strnlen(name, max_name_length + 1))));
+}
+
+std::uint32_t add_to_string_list(const hashed_name& name) {
+    if (name.text.size() > max_name_length)
+        error_exit("ERROR: A name of the module has more than 65534 characters: %.60s...\n", name.text.data());
+    const allocation_scope scope("ERROR: Unable to allocate string table entry\n");
+    const std::uint32_t offset = velm_file.string_offsets.find_or_add(name, velm_file.strtab_size, string_at);
     if (offset != velm_file.strtab_size)
         return offset;  // only a new name can stand at the end of the table
-    const std::size_t length = text.size() + 1;
+    const std::size_t length = name.text.size() + 1;
     check_table_size(std::uint64_t{velm_file.strtab_size} + length);
-    velm_file.strings.insert(velm_file.strings.end(), name, name + length);
+    velm_file.strings.insert(velm_file.strings.end(), name.text.data(), name.text.data() + length);
     if (length > velm_file.max_str_len)
         velm_file.max_str_len = static_cast<std::uint16_t>(length);
     velm_file.strtab_size += static_cast<std::uint32_t>(length);

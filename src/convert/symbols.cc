@@ -23,8 +23,8 @@
 
 namespace {
 
-/// How many symbols the first look kept. The module has about as many: the tables are made that large at once, since each
-/// growth touches fresh memory.
+/// How many symbols have a class that may be kept. The tables are made that large at once, since each growth touches fresh
+/// memory.
 std::size_t symbols_expected;
 
 bool is_entry_point(const symbol_view& sym) {
@@ -37,6 +37,10 @@ std::size_t checked_section(int scnum) {
     if (scnum > coff_file.fh_nscns())
         error_exit("ERROR: scn_refd array out of bounds\n");
     return static_cast<std::size_t>(scnum);
+}
+
+bool is_marked_section(int scnum) {
+    return scnum > 0 && scnum <= coff_file.fh_nscns() && scn_refd[static_cast<std::size_t>(scnum)] != 0;
 }
 
 void mark_referenced_symbols() {
@@ -67,10 +71,13 @@ void mark_referenced_sections() {
     std::uint32_t counter = 0;
     symbols_expected = 0;
     coff_file.symbol_table()->visit_read([&counter](const symbol_view& sym) {
-        if (!keep_symbol(sym, counter++))
+        const std::uint32_t index = counter++;
+        symbols_expected += is_accepted_class(sym.sclass());
+        // Once is enough for a section. But the entry point is asked about here only, in one case: an entry that names it
+        // is found by that.
+        if (is_marked_section(sym.scnum()) && !is_entry_point(sym))
             return;
-        ++symbols_expected;
-        if (sym.scnum() > 0)
+        if (keep_symbol(sym, index) && sym.scnum() > 0)
             scn_refd[checked_section(sym.scnum())] = 1;
     });
 }
@@ -78,10 +85,10 @@ void mark_referenced_sections() {
 std::uint16_t module_class(const symbol_view& sym) {
     if (!symbols_only && is_entry_point(sym))
         return velm_local_class;  // the entry point travels in the header, not under a name
-    // Asked first even for undefined symbols: the question marks the entry as found.
-    if (is_entries_symbol(sym) || sym.scnum() == 0)
-        return static_cast<std::uint16_t>(sym.sclass());
-    return velm_local_class;
+    // What no relocation uses was kept because an entry names it. Asked even for undefined symbols: the question marks
+    // the entry as found.
+    const bool named = symbols_only || !sym_refd[sym.coff_index()] || is_entries_symbol(sym);
+    return named || sym.scnum() == 0 ? static_cast<std::uint16_t>(sym.sclass()) : velm_local_class;
 }
 
 std::int16_t module_section(const symbol_view& sym) {
@@ -95,8 +102,7 @@ void make_room_for_symbols() {
         const allocation_scope scope("ERROR: Unable to allocate storage for a VELM symbol\n");
         velm_file.symbols.reserve(std::min(symbols_expected, std::size_t{max_module_symbols}));
     }
-    const allocation_scope scope("ERROR: Unable to allocate string table entry\n");
-    velm_file.string_offsets.reserve(velm_file.nscns + std::min(symbols_expected, std::size_t{max_module_symbols}));
+    reserve_strings(velm_file.nscns + std::min(symbols_expected, std::size_t{max_module_symbols}));
 }
 
 /// Adds the symbol to the module and gives its index there.
@@ -107,7 +113,7 @@ std::uint16_t make_symbol(const symbol_view& sym) {
     velm_symbol record;
     record.value = static_cast<std::uint32_t>(sym.value());
     record.storage_class = module_class(sym);
-    record.name_offset = record.storage_class == velm_local_class ? velm_no_name : add_to_string_list(sym.name());
+    record.name_offset = record.storage_class == velm_local_class ? velm_no_name : add_to_string_list(sym.hashed());
     record.section = module_section(sym);
     velm_file.symbols.push_back(record);
     return velm_file.nsyms++;

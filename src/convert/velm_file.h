@@ -5,7 +5,6 @@
 #define MODFORGE_CONVERT_VELM_FILE_H
 
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 #include "coff/coff_file.h"
@@ -17,7 +16,7 @@
 struct velm_reloc_table {
     std::uint32_t nreloc;       ///< number of records
     std::uint32_t reloc_start;  ///< cursor: first record not yet placed in a packet
-    reloc_record* reloc_table;  ///< nreloc records, or null when there are none; not owned
+    reloc_record* reloc_table;  ///< nreloc records, or null when there are none; the COFF section's own
 };
 
 /// The kinds of sections, in the order in which they lie in the module.
@@ -39,8 +38,6 @@ struct velm_scnhdr : velm_scnhdr_record {
     std::uint16_t wordsz;      ///< bits of one address unit
     scn_group group;
     bool field_passes_packet;  ///< some packet took a relocation whose field reaches past the packet's end
-
-    std::unique_ptr<reloc_record[]> reloc_storage;  ///< owns what relocs points to
 };
 using scnhdrlist_entry = velm_scnhdr;
 

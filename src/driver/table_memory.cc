@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::uintptr_t small_page = 4096;
 constexpr std::uintptr_t large_page = 2 << 20;
-constexpr std::int64_t small_file = 1 << 20;         // its tables are not worth a large page
+constexpr std::int64_t small_file = 1 << 20;  // its tables are not worth a large page
 constexpr std::int64_t most_bytes = 512 * 1024 * 1024;
 
 /// Room for the tables of most inputs: it costs nothing until it is used.
