@@ -168,8 +168,13 @@ void write_packet(const image_packet& packet, const unsigned char* contents, con
 }  // namespace
 
 int write_velm() {
-    if (is_same_file(filename_in, filename_out))
+    // The output first: one that is not there yet is no other file.
+    if (is_same_file(filename_out, filename_in))
         take_leave_of_input();
+    for (const char* name : items<const char>(entries_files_list)) {
+        if (is_same_file(filename_out, name))
+            std::fprintf(stderr, "WARNING: Output file %s is an entries file\n", filename_out);
+    }
     std::FILE* stream = std::fopen(filename_out, hex_output_mode ? "w" : "wb");
     if (!stream)
         error_exit("ERROR: Unable to open file %s\n", filename_out);

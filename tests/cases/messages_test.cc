@@ -62,6 +62,7 @@ const struct {
      0},
     {"ERROR: Unable to open file FILE", nullptr, {"-o=missing/out"}},
     {"ERROR: Cannot write to file FILE", nullptr, {"-o=/dev/full"}},
+    {"WARNING: Output file FILE is an entries file", nullptr, {"-q", "-e=odd", "-o=odd"}, "in.out", 0},
     {"WARNING: Output file FILE is the input file", nullptr, {"-o=in.out"}, "in.out", 0},
 };
 
@@ -100,7 +101,7 @@ TEST(Messages, EachIsMadeAndStandsOnThePageAsPrinted) {
         arguments.emplace_back(h.input);
         const support::run_result run = shop.run(arguments);
         EXPECT_EQ(run.status, h.status) << run.err;
-        EXPECT_EQ(shop.has("in.vlm"), h.status == 0 && h.options != words{"-o=in.out"});
+        EXPECT_EQ(shop.has("in.vlm"), h.status == 0 && (h.options.empty() || !h.options.back().starts_with("-o=")));
         EXPECT_TRUE(says(run.err + run.out, h.row)) << run.err;
     }
     for (const std::string& row : met)

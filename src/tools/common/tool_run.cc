@@ -6,8 +6,14 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 
 #include "msg/allocation.h"
+
+#if __has_include(<fcntl.h>) && !defined(_WIN32)
+#include <fcntl.h>
+#include <unistd.h>
+#endif
 
 namespace {
 
@@ -25,10 +31,21 @@ struct memory_before_main {
 #endif
 [[maybe_unused]] const memory_before_main handled;
 
+/// A file that is opened would take the place of a standard stream that is closed, and what is printed would go there.
+void fill_closed_streams() {
+#if __has_include(<fcntl.h>) && !defined(_WIN32)
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) < 0)  // opened the wrong way round: its use fails, as it has to
+            (void)!open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+#endif
+}
+
 }  // namespace
 
 void begin_tool(const char* name) {
     tool_name = name;
+    fill_closed_streams();
     static char out_of_memory[64];
     std::snprintf(out_of_memory, sizeof out_of_memory, "%s: out of memory\n", name);
     static const allocation_scope scope(out_of_memory);
