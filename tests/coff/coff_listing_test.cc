@@ -49,6 +49,11 @@ coff_image awkward_image(byte_order order) {
                      {.name = "1234567\x7F", .sclass = 3, .aux = {aux_section(33, 5, 2)}},
                      {.name = ".eos", .sclass = 102, .aux = {aux_end_of_tag(8, 4)}},
                      {.name = ".bb", .value = 0x80000000, .sclass = 100, .aux = {aux_block(13, 16)}},
+                     {.name = ".ef", .sclass = 101, .aux = {aux_block(0x1234, 18)}},
+                     {.name = "union", .sclass = 12, .type = 0x30, .aux = {aux_tag(0x12345678, 20)}},
+                     {.name = "enum", .sclass = 15, .type = 0x20, .aux = {aux_tag(4, 0x12345678)}},
+                     {.name = "type", .sclass = 13, .type = 0x24, .aux = {aux_other(0x12345678, 4)}},
+                     {.name = "variable", .type = 4, .aux = {aux_other(4, 0x12345678)}},
                      {.name = "last", .value = 0x01020304, .scnum = -2, .sclass = 0xC8, .type = 0x0102}};
     return image;
 }
@@ -76,7 +81,7 @@ TEST_P(CoffListing, TextNamesEverything) {
 // Line by line as it was worked out from the image; the function's line pointer is that of the lines.
 constexpr const char* all_as_xml =
     R"(<coff_file name="the specified file" version="0x00C2" target="0x0099" time_stamp="0x12345678"
-  flags="0x3103" flag_names="RELFLG EXEC LITTLE SYMMERGE ICODE" sections="2" symbol_entries="17">
+  flags="0x3103" flag_names="RELFLG EXEC LITTLE SYMMERGE ICODE" sections="2" symbol_entries="27">
 <optional_header size="28" magic="0x8108" version="-2" entry_point="0x80818283"
   text_size="16909060" data_size="84281096" bss_size="151653132" text_start="0x11121314" data_start="0x15161718"/>
 <section number="1" name="&lt;&amp;&quot;&gt;" run_address="0x81828384" load_address="0x01020304"
@@ -96,7 +101,7 @@ constexpr const char* all_as_xml =
 <section number="2" name=".gone" run_address="0x00000000" load_address="0x00000000"
   size="4096" unit_bits="8" bytes="4096" page="0" flags="0x00000020" flag_names="TEXT">
 </section>
-<symbols entries="17">
+<symbols entries="27">
 <symbol index="0" name="a_long\x01\xFF\\name" value="0x00000000" section="1" section_name="&lt;&amp;&quot;&gt;" type="0x0020" class="2" class_name="C_EXT"><auxiliary tag="0" size="2" line_pointer="240" next="9"/></symbol>
 <symbol index="2" name=".bf" value="0x00000000" section="1" section_name="&lt;&amp;&quot;&gt;" type="0x0000" class="101" class_name="C_FCN"><auxiliary register_mask="3" line="1" lines="2" frame_size="4" next="9"/></symbol>
 <symbol index="4" name="a.c" value="0x00000000" section="-2" section_name="none" type="0x0000" class="103" class_name="C_FILE"><auxiliary file="a&lt;b.c"/></symbol>
@@ -105,7 +110,12 @@ constexpr const char* all_as_xml =
 <symbol index="10" name="1234567\x7F" value="0x00000000" section="1" section_name="&lt;&amp;&quot;&gt;" type="0x0000" class="3" class_name="C_STAT"><auxiliary length="33" relocations="5" line_numbers="2"/></symbol>
 <symbol index="12" name=".eos" value="0x00000000" section="1" section_name="&lt;&amp;&quot;&gt;" type="0x0000" class="102" class_name="C_EOS"><auxiliary tag="8" size="4"/></symbol>
 <symbol index="14" name=".bb" value="0x80000000" section="1" section_name="&lt;&amp;&quot;&gt;" type="0x0000" class="100" class_name="C_BLOCK"><auxiliary line="13" next="16"/></symbol>
-<symbol index="16" name="last" value="0x01020304" section="-2" section_name="none" type="0x0102" class="-56" class_name="INVALID STORAGE CLASS"></symbol>
+<symbol index="16" name=".ef" value="0x00000000" section="1" section_name="&lt;&amp;&quot;&gt;" type="0x0000" class="101" class_name="C_FCN"><auxiliary line="4660" next="18"/></symbol>
+<symbol index="18" name="union" value="0x00000000" section="1" section_name="&lt;&amp;&quot;&gt;" type="0x0030" class="12" class_name="C_UNTAG"><auxiliary size="305419896" next="20"/></symbol>
+<symbol index="20" name="enum" value="0x00000000" section="1" section_name="&lt;&amp;&quot;&gt;" type="0x0020" class="15" class_name="C_ENTAG"><auxiliary size="4" next="305419896"/></symbol>
+<symbol index="22" name="type" value="0x00000000" section="1" section_name="&lt;&amp;&quot;&gt;" type="0x0024" class="13" class_name="C_TPDEF"><auxiliary tag="305419896" size="4"/></symbol>
+<symbol index="24" name="variable" value="0x00000000" section="1" section_name="&lt;&amp;&quot;&gt;" type="0x0004" class="2" class_name="C_EXT"><auxiliary tag="4" size="305419896"/></symbol>
+<symbol index="26" name="last" value="0x01020304" section="-2" section_name="none" type="0x0102" class="-56" class_name="INVALID STORAGE CLASS"></symbol>
 </symbols>
 <strings size="18">
 <string offset="4">a_long\x01\xFF\\name</string>

@@ -1,47 +1,10 @@
 // Symbols, their auxiliary entries, and the look-ups of the symbol table.
-#include <algorithm>
-
 #include "coff_input.h"
 
 namespace {
 
 using namespace support;
 using testing::ElementsAre;
-
-// One symbol for each form; what is a number in one form is single bytes in another, so each byte is looked at.
-struct form_case {
-    std::uint8_t sclass;
-    std::uint16_t type;
-    const char* name;
-    const char* swaps;  ///< for bytes 0 to 17: "w" first of a 32-bit field, "h" first of a 16-bit field, "." else
-};
-
-TEST(CoffSymbol, AuxiliaryEntriesAreSwappedByTheirForm) {
-    const form_case cases[] = {{103, 0x00, "file", ".................."}, {100, 0x00, ".bb", "....h.......w....."},
-                               {101, 0x00, ".ef", "....h.......w....."},  {101, 0x00, ".bf", "w...h.h.w...w....."},
-                               {102, 0x00, ".eos", "w...w............."}, {10, 0x00, "tag", "....w.......w....."},
-                               {12, 0x30, "tag", "....w.......w....."},   {15, 0x20, "tag", "....w.......w....."},
-                               {2, 0x24, "func", "w...w...w...w....."},   {13, 0x24, "type", "w...w............."},
-                               {2, 0x34, "array", "w...w...h.h.h.h..."},  {3, 0x00, ".text", "w...h.h..........."},
-                               {2, 0x04, "var", "w...w............."}};
-    for (const form_case& form : cases) {
-        coff_image image{.sections = {{}}, .symbols = {{.name = form.name, .sclass = form.sclass, .type = form.type}}};
-        std::string text = "abcdefghijklmnopqr";
-        image.symbols[0].aux = {{.text = text}};
-        for (const byte_order order : {byte_order::little, byte_order::big}) {
-            image.order = order;
-            coff_input input(image);
-            std::string expected = text;
-            for (std::size_t k = 0; input.file.byte_swapped() && k < aux_size; ++k) {
-                const int width = form.swaps[k] == 'w' ? 4 : form.swaps[k] == 'h' ? 2 : 0;
-                const auto first = expected.begin() + static_cast<std::ptrdiff_t>(k);
-                std::reverse(first, first + width);
-            }
-            const unsigned char* const entry = input.symbol(0).aux()->bytes;
-            EXPECT_EQ(std::string(entry, entry + aux_size), expected) << form.name << form.type;
-        }
-    }
-}
 
 coff_image many_forms() {
     coff_image image{.sections = {{.paddr = 0x100, .contents = bytes(0x100)}}};

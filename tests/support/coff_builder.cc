@@ -242,10 +242,6 @@ built_image& built_image::patch(std::size_t part, field place, std::uint32_t val
     return *this;
 }
 
-std::uint32_t built_image::value(std::size_t part, field place) const {
-    return get(data, part + place.offset, place.width, order);
-}
-
 built_image coff_image::build() const {
     return image_writer(*this).write();
 }

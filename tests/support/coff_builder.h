@@ -121,7 +121,6 @@ struct built_image {
 
     /// Overwrites one field of the part that begins at `part`.
     built_image& patch(std::size_t part, field place, std::uint32_t value);
-    [[nodiscard]] std::uint32_t value(std::size_t part, field place) const;
 };
 
 /// A whole image. Parts lie in the order: headers, contents, relocations, lines, symbols, strings.
