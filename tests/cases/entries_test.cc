@@ -179,6 +179,16 @@ TEST(EntriesFiles, TheLongestTokenNamesOneSymbol) {
     }
 }
 
+// The reader takes 4 KiB, then 64 KiB at a time. A name that lost or gained a character there is missed under another name.
+TEST(EntriesFiles, TokensMayLieAcrossTheBordersOfBlocks) {
+    conversion_request request = request_for(image_to_choose_from());
+    std::string text;
+    for (int i = 1000; i < 1300; ++i)
+        text += std::string(240, 'x') + std::to_string(i) + '\n';
+    request.entries = {text + "_api_one"};
+    expect_conversion(request);
+}
+
 TEST(EntriesFiles, UnreadableOnesEndTheRun) {
     const std::pair<std::vector<std::string>, std::string> rows[] = {
         {{"-e=good", "-e=absent"}, "ERROR: Unable to open entries file absent\n"},
