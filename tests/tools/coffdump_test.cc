@@ -275,6 +275,12 @@ TEST_F(Coffdump, JsonIsAsItsSchemaSays) {
     support::expect_as_in_schema(json, schema, schema, "$");
     EXPECT_EQ(json["strings"][1]["string"], "_api_second");
     EXPECT_EQ(json["strings"][1]["offset"], 15);
+    files.write("names", "_absent\n");
+    const auto check = nlohmann::json::parse(run({"check", "--json", "app.out", "-e", "names"}).out);
+    support::expect_as_in_schema(check, schema["$defs"]["check"], schema, "check");
+    EXPECT_EQ(check["converts"], true);
+    EXPECT_EQ(check["findings"][0]["place"], "names:1:1");
+    EXPECT_EQ(check["findings"][0]["severity"], "warning");
 }
 
 TEST_F(Coffdump, TheDocsShowWhatItPrints) {

@@ -279,6 +279,7 @@ class Judge:
         self.run("coffdump", "--xml", "h.out", form="xml")
         self.run("coffdump", "--json", "h.out", form="json", schema="coffdump")
         self.run("coffdump", "check", "h.out", "-e", "h.entries")
+        self.run("coffdump", "check", "--json", "h.out", "-e", "h.entries", form="json", schema="coffdump#check")
         self.run("coffdump", "entries", "h.out", "h.entries")
 
     def write(self, name, content):

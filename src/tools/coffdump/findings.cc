@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "tools/common/json_writer.h"
 #include "tools/common/text_forms.h"
 
 namespace {
@@ -21,18 +22,42 @@ bool finding_list::tells(const std::string& says) const {
     return std::any_of(findings_.begin(), findings_.end(), [&says](const finding& f) { return f.says == says; });
 }
 
-void finding_list::print(std::FILE* out) const {
-    std::map<unsigned, unsigned long> printed;
+template <typename VISIT> void finding_list::for_each(VISIT visit) const {
+    std::map<unsigned, unsigned long> seen;
     for (const finding& f : findings_) {
-        const unsigned long so_far = ++printed[f.kind];
+        const unsigned long so_far = ++seen[f.kind];
+        const auto count = counts_.find(f.kind);
+        const unsigned long counted = count != counts_.end() ? count->second : 0;
+        const bool more = so_far == most_of_a_kind && counted > most_of_a_kind;
+        visit(f, so_far == 1, more ? counted - most_of_a_kind : 0);
+    }
+}
+
+void finding_list::print(std::FILE* out) const {
+    for_each([out](const finding& f, bool first, unsigned long more) {
         std::fprintf(out, "%s: %s: %s\n", printable(f.place).c_str(), f.error ? "error" : "warning",
                      printable(f.text).c_str());
         if (!f.says.empty())
             std::fprintf(out, "    modforge says: %s\n", printable(f.says).c_str());
-        if (!f.way_out.empty() && so_far == 1)
+        if (!f.way_out.empty() && first)
             std::fprintf(out, "    way out: %s\n", f.way_out.c_str());
-        const unsigned long count = counts_.count(f.kind) != 0 ? counts_.at(f.kind) : 0;
-        if (so_far == most_of_a_kind && count > most_of_a_kind)
-            std::fprintf(out, "%s: %lu more like this\n", printable(f.place).c_str(), count - most_of_a_kind);
-    }
+        if (more != 0)
+            std::fprintf(out, "%s: %lu more like this\n", printable(f.place).c_str(), more);
+    });
+}
+
+void finding_list::put(json_writer& json) const {
+    for_each([&json](const finding& f, bool /*first*/, unsigned long more) {
+        json.begin_object();
+        json.member("severity", f.error ? "error" : "warning");
+        json.member("place", printable(f.place));
+        json.member("text", printable(f.text));
+        if (!f.says.empty())
+            json.member("says", printable(f.says));
+        if (!f.way_out.empty())
+            json.member("way_out", f.way_out);
+        if (more != 0)
+            json.member("more", more);
+        json.end_object();
+    });
 }

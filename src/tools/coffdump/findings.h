@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+class json_writer;
+
 struct finding {
     bool error;           ///< modforge refuses the input for it; else a warning
     std::string place;    ///< the file, or "file:line:column" of an entry
@@ -31,8 +33,13 @@ public:
 
     /// "place: error: text", and what goes with it on lines of their own.
     void print(std::FILE* out) const;
+    /// The same as elements of the array that is open.
+    void put(json_writer& json) const;
 
 private:
+    /// Calls visit(finding, whether it is the first of its kind, how many more of the kind are left out behind it).
+    template <typename VISIT> void for_each(VISIT visit) const;
+
     std::vector<finding> findings_;
     std::map<unsigned, unsigned long> counts_;  // by kind
     unsigned long errors_ = 0;

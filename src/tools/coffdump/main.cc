@@ -7,6 +7,7 @@
 #include "tools/coffdump/json_form.h"
 #include "tools/coffdump/options.h"
 #include "tools/coffdump/show.h"
+#include "tools/common/json_writer.h"
 #include "tools/common/tool_run.h"
 
 namespace {
@@ -15,7 +16,18 @@ int check(const coffdump_options& options) {
     const examination examined(options.plan);
     if (!examined.readable())
         return status_trouble;
-    examined.findings().print(stdout);
+    if (options.json) {
+        json_writer json(stdout);
+        json.begin_object();
+        json.name("file", options.plan.input);
+        json.member("converts", !examined.refused());
+        json.begin_array("findings");
+        examined.findings().put(json);
+        json.end_array();
+        json.end_object();
+    } else {
+        examined.findings().print(stdout);
+    }
     const bool faults = examined.refused() || examined.findings().has_errors();
     return faults || (options.strict && !examined.findings().empty()) ? status_faults : status_good;
 }

@@ -46,6 +46,7 @@ CLI::App* add_check(command_line& line, coffdump_options& options) {
         ->type_name("ENTRIES...");
     add_conversion_options(*check, options.plan);
     check->add_flag("--strict", options.strict, "warnings are faults, too");
+    check->add_flag("--json", options.json, "the findings as a JSON document");
     return check;
 }
 
