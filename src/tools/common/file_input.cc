@@ -60,7 +60,7 @@ std::optional<contents> read_stream(std::FILE* stream, const std::string& path) 
     if (bytes.size() < size)
         return refuse(path, "it became shorter meanwhile");
     if (size == 0 && bytes.size() == largest_stream && std::fgetc(stream) != EOF)
-        return refuse(path, "it does not end within 2147483647 bytes");
+        return refuse(path, "it does not end within 134217728 bytes (a regular file may have more)");
     return bytes;
 }
 

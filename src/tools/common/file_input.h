@@ -7,8 +7,9 @@
 #include <string>
 #include <vector>
 
-/// The largest input of unknown length that is read: from a pipe, a device, or standard input. Bytes.
-constexpr std::uint32_t largest_stream = 0x7FFFFFFF;
+/// The largest input of unknown length that is read: from a pipe, a device, or standard input. Bytes; many times the
+/// size of a real input, and little enough that one without an end is soon refused.
+constexpr std::uint32_t largest_stream = 0x8000000;
 
 /// The contents of a file, or of standard input for "-", which can be asked for once. A regular file is read up to the
 /// size that it has at the start, everything else to its end, which must come within `largest_stream` bytes. Nothing,

@@ -43,7 +43,7 @@ size_row difference(const size_row& now, const size_row& before) {
 }
 
 struct named_row {
-    std::string name;
+    std::string_view name;  ///< the module's
     size_row row;
 };
 
@@ -51,8 +51,7 @@ struct named_row {
 std::vector<named_row> rows_of(const velm_module& module) {
     std::vector<named_row> rows;
     for (const section_place& section : module.sections)
-        rows.push_back(
-            {std::string(module.name(section)), row_of(sizes_of(module, section), sizeof(velm_scnhdr_record))});
+        rows.push_back({module.name(section), row_of(sizes_of(module, section), sizeof(velm_scnhdr_record))});
     rows.push_back({rest_name, row_of({}, table_bytes(module) - sizeof(velm_scnhdr_record) * module.sections.size())});
     return rows;
 }
@@ -82,12 +81,13 @@ void print_sections(const module_file& file) {
 
 /// A line for each section whose sizes changed, those that came or went among them, and the total.
 void print_difference(const module_file& now, const module_file& before) {
-    std::map<std::pair<std::string, unsigned>, size_row> old_rows;  // by name, and a counter where several share one
-    std::map<std::string, unsigned> seen;
+    std::map<std::pair<std::string_view, unsigned>, size_row>
+        old_rows;  // by name, and a counter where several share one
+    std::map<std::string_view, unsigned> seen;
     for (const named_row& each : rows_of(before.module))
         old_rows[{each.name, seen[each.name]++}] = each.row;
     seen.clear();
-    const auto print_changed = [](const size_row& row, const std::string& name) {
+    const auto print_changed = [](const size_row& row, std::string_view name) {
         if (row != size_row{})
             print_row(row, shown_name(name), true);
     };
