@@ -254,6 +254,19 @@ TEST_F(Velmdump, DiffTellsWhatChangedInMeaning) {
                           "symbol _main: 0x00000104 class 2 in .text, 0x00000105 class 2 in .text\n");
 }
 
+// A relocation may lie before its section; it is not four milliards behind it.
+TEST_F(Velmdump, PlacesBeforeTheirSectionAreNegative) {
+    support::coff_image image = sample();
+    image.sections[0].relocs[0].vaddr = 0xFE;
+    write("before.vlm", image);
+    write("a.vlm", sample());
+    EXPECT_THAT(good({"show", "--relocs", "before.vlm"}), HasSubstr("0x000000FE  -0x0002  R_RELLONG"));
+    EXPECT_THAT(good({"show", "--json", "before.vlm"}), HasSubstr("\"section_offset\": -2"));
+    EXPECT_THAT(good({"report", "before.vlm", "-o", "-"}), HasSubstr("[0,254,-2,"));
+    EXPECT_THAT(run({"diff", "before.vlm", "a.vlm"}).out,
+                HasSubstr("relocation at -0x2 (R_RELLONG, _printf): only in the first\n"));
+}
+
 TEST_F(Velmdump, StatusTellsFaultsFromTrouble) {
     write("app.vlm", sample());
     files.write("empty", "");
