@@ -1,9 +1,11 @@
-// What stands in for libFuzzer in an ordinary build: runs a target over files, and over mutations of them.
+// What stands in for libFuzzer in an ordinary build: runs a target over files, over mutations of them, and over sweeps.
 //
-// usage: TARGET [--mutations N] [--seed S] PATH...     a file, or a directory of them
+// usage: TARGET [--mutations N] [--seed S] [--sweep N] PATH...     a file, or a directory of them
 //
-// The same seed gives the same mutations; mutation i is that of seed S + i. A fault shows as a crash or a sanitizer's
-// report, and a run of more than 5 s is one; the input that was being run is then in the file crash-S+i.
+// The same seed gives the same mutations; mutation i is that of seed S + i. A sweep is of files named everything*: cut at
+// every byte, every field of every record at every value that may break something, and every Nth pair of such values in
+// two fields of one record. A fault shows as a crash or a sanitizer's report, and a run of more than 5 s is one; the
+// input is then in a file crash-N.
 #include <algorithm>
 #include <csignal>
 #include <cstdint>
@@ -13,6 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -27,7 +30,7 @@ namespace {
 constexpr std::size_t longest_mutation = 16384;
 
 support::bytes current;
-std::uint64_t current_seed = 0;
+std::uint64_t current_seed = 0, runs = 0;
 
 void keep_current() {
     const std::string name = "crash-" + std::to_string(current_seed);
@@ -48,6 +51,7 @@ void keep_what_crashes() {
 void give(support::bytes input) {
     input.shrink_to_fit();  // so that the address sanitizer sees a read behind its end
     current = std::move(input);
+    ++runs;
     const std::clock_t began = std::clock();
     LLVMFuzzerTestOneInput(current.data(), current.size());
     if (std::clock() - began > 5 * CLOCKS_PER_SEC) {
@@ -55,6 +59,39 @@ void give(support::bytes input) {
         std::abort();
     }
 }
+
+class sweep {
+public:
+    sweep(support::bytes input, std::uint64_t each) : input_(std::move(input)), each_(each) {}
+
+    void run() {
+        for (std::size_t kept = 0; kept < input_.size(); ++kept)
+            give({input_.begin(), input_.begin() + static_cast<std::ptrdiff_t>(kept)});
+        map_ = fuzz_input.records(input_);
+        for (const support::record& part : map_.records)
+            for (const support::field& place : part.kind->fields)
+                support::at_every_value(input_, map_, part, place, [&](std::uint32_t) {
+                    give_repaired();
+                    for (const support::field* other = part.kind->fields.data(); other != &place; ++other)
+                        support::at_every_value(input_, map_, part, *other, [&](std::uint32_t) {
+                            if (++pairs_ % each_ == 0)
+                                give_repaired();
+                        });
+                });
+    }
+
+private:
+    void give_repaired() const {
+        support::bytes repaired = input_;
+        if (fuzz_input.repair)
+            fuzz_input.repair(repaired);
+        give(std::move(repaired));
+    }
+
+    support::bytes input_;
+    std::uint64_t each_, pairs_ = 0;
+    support::record_map map_;
+};
 
 bool read(const std::filesystem::path& path, std::vector<support::bytes>& inputs) {
     std::ifstream file(path, std::ios::binary);
@@ -78,33 +115,35 @@ std::vector<std::filesystem::path> files_at(const char* path) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::uint64_t mutations = 0, seed = 1;
-    std::vector<support::bytes> inputs;
+    std::map<std::string, std::uint64_t> numbers = {{"--mutations", 0}, {"--seed", 1}, {"--sweep", 0}};
+    std::vector<support::bytes> inputs, to_sweep;
     for (int i = 1; i < argc; ++i) {
-        const std::string argument = argv[i];
-        if (argument == "--mutations" || argument == "--seed") {
-            const char* number = i + 1 < argc ? argv[++i] : "";
-            (argument == "--seed" ? seed : mutations) = std::strtoull(number, nullptr, 10);
+        if (const auto option = numbers.find(argv[i]); option != numbers.end()) {
+            option->second = std::strtoull(i + 1 < argc ? argv[++i] : "", nullptr, 10);
             continue;
         }
-        for (const auto& file : files_at(argv[i]))
+        for (const auto& file : files_at(argv[i])) {
             if (!read(file, inputs))
                 return 1;
-    }
-    if (inputs.empty()) {
-        std::fputs("replay: no inputs\n", stderr);
-        return 1;
+            if (file.filename().string().starts_with("everything"))
+                to_sweep.push_back(inputs.back());
+        }
     }
     keep_what_crashes();
     for (const support::bytes& input : inputs)
         give(input);
+    const std::uint64_t mutations = inputs.empty() ? 0 : numbers["--mutations"];
     for (std::uint64_t i = 0; i < mutations; ++i) {
         support::bytes input = inputs[i % inputs.size()];
-        current_seed = seed + i;
+        current_seed = numbers["--seed"] + i;
         mutate(input, longest_mutation, current_seed);
         give(std::move(input));
     }
-    std::printf("replay: %zu inputs, %llu mutations from seed %llu\n", inputs.size(),
-                static_cast<unsigned long long>(mutations), static_cast<unsigned long long>(seed));
-    return 0;
+    const std::uint64_t before = runs;
+    for (const support::bytes& input : to_sweep)
+        if (numbers["--sweep"] != 0)
+            sweep(input, numbers["--sweep"]).run();
+    std::printf("%zu inputs, %llu mutations, %llu swept\n", inputs.size(), static_cast<unsigned long long>(mutations),
+                static_cast<unsigned long long>(runs - before));
+    return inputs.empty() ? 1 : 0;
 }

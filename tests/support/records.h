@@ -38,6 +38,18 @@ record_map records_of_module(const bytes& module);
 /// middle, signed and not, what is next to `value`, what is next to the size of the file. No value twice.
 std::vector<std::uint32_t> breaking_values(std::uint32_t value, std::size_t width, std::size_t file_size);
 
+/// Visits the input with each of these values in a field of a record.
+template <typename VISIT>
+void at_every_value(bytes& input, const record_map& map, const record& part, const field& place, const VISIT& visit) {
+    const std::size_t offset = part.offset + place.offset;
+    const std::uint32_t sound = get(input, offset, place.width, map.order);
+    for (const std::uint32_t value : breaking_values(sound, place.width, input.size() - map.start)) {
+        put_at(input, offset, place.width, value, map.order);
+        visit(value);
+    }
+    put_at(input, offset, place.width, sound, map.order);
+}
+
 }  // namespace support
 
 #endif

@@ -80,8 +80,4 @@ second_opinion::conversion_request with_entries(const bytes& image) {
     return {.input = image, .entries = {entries}, .packet_size = 300};
 }
 
-second_opinion::conversion_request symbols_as_text(const bytes& image) {
-    return {.input = image, .symbols_only = true, .c_text = true};
-}
-
 }  // namespace sweeps

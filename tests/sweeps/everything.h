@@ -1,5 +1,5 @@
 // A small program that has everything: sections of every kind, each relocation type, line numbers, every form of
-// auxiliary entry, long names; and a request that converts it with entries of every kind.
+// auxiliary entry, long names. The corpus of the fuzz targets holds it as everything_little and everything_big.
 #ifndef MODFORGE_SWEEPS_EVERYTHING_H
 #define MODFORGE_SWEEPS_EVERYTHING_H
 
@@ -10,10 +10,8 @@ namespace sweeps {
 
 support::coff_image everything(support::byte_order order);
 
-/// The image with an entries file, in packets of 300 bytes.
+/// The image with entries of every kind, in packets of 300 bytes.
 second_opinion::conversion_request with_entries(const support::bytes& image);
-/// The image as text, symbols only, without an entries file.
-second_opinion::conversion_request symbols_as_text(const support::bytes& image);
 
 }  // namespace sweeps
 
