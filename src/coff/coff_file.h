@@ -42,8 +42,8 @@ public:
     /// Writes a whole file; the one that was read may be overwritten. Gives the number of errors reported so far (by
     /// anyone, and then the file is not marked executable), or -1 after a message if it cannot be opened or written; what
     /// was written of it stays. A failure within the symbols ends the run. So does, before the file is opened, what could
-    /// not be read back: parts that do not agree with their headers, an optional header of another size than 28, or a
-    /// section name of more than 8 characters without any symbol, since the strings lie behind the symbols. Afterwards
+    /// not be read back: parts that do not agree with their headers, an optional header of another size than 28, a file
+    /// beyond 2^31 - 1 bytes, or a section name of more than 8 characters without any symbol, since the strings lie behind the symbols. Afterwards
     /// the contents of the sections are gone.
     virtual std::int32_t write(const char* path);
 
@@ -187,6 +187,8 @@ private:
     void retire_strtab();
     void load_everything();
     void require_writable() const;
+    void require_room();
+    std::uint64_t strings_to_write();
     bool write_parts(std::FILE* fp);
     void delete_symbols_of(std::uint16_t scnum);
     void lower_scnums_above(std::int32_t position);

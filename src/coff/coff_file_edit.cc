@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <cstring>
 #include <limits>
+#include <string_view>
+#include <unordered_set>
 
 #include "coff/coff_file.h"
 #include "format/special_names.h"
@@ -12,7 +14,8 @@ std::int32_t COFF_FILE::write(const char* path) {
     const std::int32_t errors = UMSG.get_error_count();
     if (errors != 0)
         fh_del_flags(f_exec);  // what was built after an error must not pass for a program
-    load_everything();         // opening empties the file, which may be the input
+    require_room();
+    load_everything();  // opening empties the file, which may be the input
     require_writable();
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> output(std::fopen(path, "wb"), std::fclose);
     if (!output) {
@@ -62,6 +65,31 @@ void COFF_FILE::require_writable() const {
     }
     if (symtab_.n_syms() != fh_nsyms())
         UMSG.die(where, "symbol count mismatch");
+}
+
+/// Ends the run if the file would be longer than one may be. Asks headers alone, before memory is taken for contents.
+void COFF_FILE::require_room() {
+    std::uint64_t end = sizeof file_hdr_ + fh_opthdr();
+    for (const auto& section : sections_) {
+        place(end, sizeof(scnhdr) + (section->is_bss() || !section->has_contents() ? 0 : section->byte_size()));
+        place(end, std::uint64_t{section->sh_nreloc()} * sizeof(reloc));
+        place(end, std::uint64_t{section->sh_nlnno()} * sizeof(lineno));
+    }
+    place(end, std::uint64_t{fh_nsyms()} * sizeof(syment));
+    place(end, strings_to_write());
+}
+
+/// Bytes of the string table that writing will build.
+std::uint64_t COFF_FILE::strings_to_write() {
+    std::unordered_set<std::string_view> names;
+    for (const auto& section : sections_)
+        names.insert(section->name());
+    for (const COFF_SYMBOL* symbol : items<COFF_SYMBOL>(symtab_.list()))
+        names.insert(symbol->name());
+    std::uint64_t size = sizeof strtab_size_;
+    for (const std::string_view name : names)
+        size += name.size() > sizeof(scnhdr::s_name) ? name.size() + 1 : 0;
+    return size;
 }
 
 /// Reads what is still only in the input: from now on its place there does not matter.

@@ -1,4 +1,6 @@
 // Changing files and writing them: what is written reads back as what was in memory.
+#include <filesystem>
+
 #include "coff_input.h"
 #include "msg/user_msg.h"
 #include "support/run_program.h"
@@ -447,6 +449,13 @@ TEST(CoffEdit, FailuresToWrite) {
 TEST(CoffEdit, WhatCouldNotBeReadBackIsNotWritten) {
     const temporary_directory directory;
     const std::string path = directory.write("out", std::string_view("as it was"));
+    // Contents that two sections share in the file would be there twice.
+    coff_image wide;
+    wide.sections.assign(2, {.flags = 0x40, .size = 0x40000000, .scnptr = 4});
+    std::filesystem::resize_file(directory.write("wide", wide.data()), 0x40001000);
+    COFF_FILE file(true);
+    ASSERT_EQ(file.read(directory.file("wide").c_str(), false), 0);
+    EXPECT_ENDS((void)file.write(path.c_str()), "the file would be longer than");
     const auto file_of = [](const coff_image& image) { return std::make_unique<coff_input>(image); };
     const std::pair<std::unique_ptr<coff_input>, const char*> cases[] = {
         {file_of({.opthdr = 20}), "COFF_FILE::write: an optional header of 20 bytes"},
