@@ -5,7 +5,6 @@
 
 #include <cstdio>
 #include <optional>
-#include <random>
 
 #include "cases/random_request.h"
 #include "support/coff_builder.h"
@@ -298,20 +297,6 @@ TEST(VelmChecks, EveryFieldIsCheckedOrListed) {
         }
         EXPECT_EQ(passed, rule.open) << rule.name;
         EXPECT_TRUE(!rule.open || list.find(rule.name) != std::string::npos) << rule.name << " is not on the page";
-    }
-}
-
-// Random damage under repaired sums: no crash, no hang, no memory out of proportion (ASan and the time limit watch).
-TEST(VelmChecks, GarbageBehindRightSums) {
-    const bytes sound = small_module(false);
-    std::mt19937 random(1);
-    for (int run = 0; run < 20000; ++run) {
-        bytes damaged = sound;
-        for (unsigned n = random() % 4 + 1; n > 0; --n)
-            put_word(damaged, random() % (damaged.size() / 4) * 4,
-                     static_cast<std::uint32_t>(random() % 3 == 0 ? random() : random() % 70));
-        repair_sums(damaged);
-        findings_of(damaged);
     }
 }
 
