@@ -171,7 +171,7 @@ private:
         for (std::uint32_t n = 1; n <= image_.header().fh_nscns; ++n) {
             scnhdr section = image_.section(n);
             const std::uint64_t bytes = std::uint64_t{section.s_nreloc} * sizeof(reloc);
-            if (bytes != 0 && !image_.holds(section.s_relptr, 1)) {
+            if (bytes != 0 && !image_.holds(section.s_relptr, bytes)) {
                 error("the " + counted(section.s_nreloc, "relocation") + " of " + image_.section_title(n) +
                           ", at offset " + hex_number(section.s_relptr) + ", end at " +
                           hex_number(section.s_relptr + bytes) + ", the file at " + hex_number(image_.size()),
