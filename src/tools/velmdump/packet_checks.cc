@@ -65,7 +65,7 @@ public:
         if (static_cast<std::uint64_t>(contents_) == size) {
             if (explicable_ && !wraps())
                 cuts.explain(cuts_, report_);
-        } else if (!report_.has_errors()) {  // else its flags, or a packet, tell
+        } else if (size != 0 && !report_.has_errors()) {  // else its flags, or a packet, tell
             report_.error(section_.offset + offsetof(velm_scnhdr_record, size),
                           "packets of %s do not add up to a size of %s",
                           counted(static_cast<std::uint64_t>(contents_), "byte").c_str(),

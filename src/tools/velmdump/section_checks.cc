@@ -44,7 +44,8 @@ const char* fault_in_flags(const section_place& section, bool cinit, bool stripp
         const char* text;
     } rules[] = {
         {(section.header.flags & ~known) != 0 || type > velm_scn_init_table, "a value that no section has"},
-        {section.header.size == 0 && (is_relocated(section) || has_data(section)), "an empty section has no contents"},
+        {section.header.size == 0 && (is_relocated(section) || has_data(section) || packets),
+         "an empty section has no contents"},
         {is_relocated(section) && stripped, "relocated, though the file flags say that relocations were stripped"},
         {is_relocated(section) && table, "an initialisation table is not relocated in place"},
         {table && !cinit, "an initialisation table is named .cinit"},
