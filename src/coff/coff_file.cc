@@ -3,13 +3,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <new>
 
 #include "format/limits.h"
 #include "msg/allocation.h"
-#include "msg/end_run.h"
 #include "msg/patient_io.h"
 #include "msg/user_msg.h"
 
@@ -145,16 +143,13 @@ bool COFF_FILE::read_file_hdr() {
     if (failed_ || !read_next(&file_hdr_, sizeof file_hdr_))
         return false;
     byte_swapped_ = file_hdr_.fh_magic == swapped(coff_version_2);
-    if (!byte_swapped_ && file_hdr_.fh_magic != coff_version_2) {
-        UMSG.fatal_err("this application only supports COFF version 2");
-        end_run(EXIT_FAILURE);
-    }
+    if (!byte_swapped_ && file_hdr_.fh_magic != coff_version_2)
+        end_fatally("this application only supports COFF version 2");
     if (byte_swapped_)
         swap_record(file_hdr_);
     if (!any_target_ && file_hdr_.fh_target_id != 0) {
         // The question marks are part of the message.
-        UMSG.fatal_err("%s is not a valid ??? COFF file", label());
-        end_run(EXIT_FAILURE);
+        end_fatally("%s is not a valid ??? COFF file", label());
     }
     big_endian_ = (file_hdr_.fh_flags & f_big) != 0;
     strtab_position_ = std::int64_t{file_start_} + file_hdr_.fh_symptr +

@@ -2,7 +2,6 @@
 #include "coff/coff_section.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 
@@ -10,7 +9,6 @@
 #include "coff/target_width.h"
 #include "format/special_names.h"
 #include "msg/allocation.h"
-#include "msg/end_run.h"
 #include "msg/patient_io.h"
 #include "msg/user_msg.h"
 
@@ -76,10 +74,8 @@ void COFF_SECTION::decode_relocs(std::uint32_t count) {
         own_relocs_ = std::make_unique_for_overwrite<reloc[]>(count);
         entries = own_relocs_.get();
     }
-    if (!file_->read_at(std::int64_t{file_->image_start()} + header_.s_relptr, entries, count * sizeof(reloc))) {
-        UMSG.fatal_err("%s: cannot read the relocations of section %s", file_->label(), name());
-        end_run(EXIT_FAILURE);
-    }
+    if (!file_->read_at(std::int64_t{file_->image_start()} + header_.s_relptr, entries, count * sizeof(reloc)))
+        end_fatally("%s: cannot read the relocations of section %s", file_->label(), name());
     if (file_->byte_swapped()) {
         for (std::uint32_t k = 0; k < count; ++k)
             swap_record(entries[k]);
@@ -103,16 +99,14 @@ std::int64_t COFF_SECTION::contents_position() const {
     if (!file_ || !file_->stream())
         UMSG.die("COFF_SECTION::read_raw_data", "missing input file");
     if (!contents_in_file()) {
-        UMSG.fatal_err("%s: %llu bytes of section %s at offset %u run past the end of the file", file_->label(),
-                       static_cast<unsigned long long>(byte_size()), name(), header_.s_scnptr);
-        end_run(EXIT_FAILURE);
+        end_fatally("%s: %llu bytes of section %s at offset %u run past the end of the file", file_->label(),
+                    static_cast<unsigned long long>(byte_size()), name(), header_.s_scnptr);
     }
     return std::int64_t{file_->image_start()} + header_.s_scnptr;
 }
 
 void COFF_SECTION::end_on_unread_contents() const {
-    UMSG.fatal_err("%s: cannot read the contents of section %s", file_->label(), name());
-    end_run(EXIT_FAILURE);
+    end_fatally("%s: cannot read the contents of section %s", file_->label(), name());
 }
 
 void COFF_SECTION::read_raw_data() {

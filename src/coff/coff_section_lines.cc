@@ -1,10 +1,8 @@
 // The line numbers of a section and what they tell about the source.
-#include <cstdlib>
 #include <vector>
 
 #include "coff/coff_file.h"
 #include "coff/coff_section.h"
-#include "msg/end_run.h"
 #include "msg/user_msg.h"
 
 bool COFF_SECTION::lnnos_in_file() const {
@@ -26,9 +24,8 @@ void COFF_SECTION::read_lnnos() {
     std::vector<lineno> entries(there ? count : 0);
     if (!there || !file_->read_at(std::int64_t{file_->image_start()} + header_.s_lnnoptr, entries.data(),
                                   count * sizeof(lineno))) {
-        UMSG.fatal_err("%s: %u line numbers of section %s at offset %u run past the end of the file", file_->label(),
-                       count, name(), header_.s_lnnoptr);
-        end_run(EXIT_FAILURE);
+        end_fatally("%s: %u line numbers of section %s at offset %u run past the end of the file", file_->label(),
+                    count, name(), header_.s_lnnoptr);
     }
     lnnos_ = std::make_unique<lineno_slot[]>(count);
     for (std::uint32_t k = 0; k < count; ++k) {

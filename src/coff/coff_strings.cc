@@ -1,9 +1,7 @@
 // The string table of a COFF file: loaded from the input when a name first needs it, and built anew for writing.
-#include <cstdlib>
 #include <cstring>
 
 #include "coff/coff_file.h"
-#include "msg/end_run.h"
 #include "msg/user_msg.h"
 
 namespace {
@@ -17,10 +15,8 @@ const char* COFF_FILE::string(std::uint32_t offset) {
     if (!strtab_)
         load_strtab();
     // A name may begin in the middle of another one, but not in the length word, and it has to end.
-    if (offset < strtab_length_word || offset > strtab_last_nul_ || strtab_size_ <= strtab_length_word) {
-        UMSG.fatal_err("%s: no string at offset %u of the string table (%u bytes)", label(), offset, strtab_size_);
-        end_run(EXIT_FAILURE);
-    }
+    if (offset < strtab_length_word || offset > strtab_last_nul_ || strtab_size_ <= strtab_length_word)
+        end_fatally("%s: no string at offset %u of the string table (%u bytes)", label(), offset, strtab_size_);
     return strtab_ + offset;
 }
 
@@ -61,8 +57,7 @@ const char* COFF_FILE::strtab_fault(std::uint32_t& length) {
 /// A symbol table that is cut short has its own message, whichever name asked for the strings behind it.
 void COFF_FILE::end_on_bad_strings(const char* fault) {
     COFF_SYMBOL_TABLE::require_whole_table(this);
-    UMSG.fatal_err("%s: %s", label(), fault);
-    end_run(EXIT_FAILURE);
+    end_fatally("%s: %s", label(), fault);
 }
 
 void COFF_FILE::read_strtab(std::uint32_t length) {

@@ -1,11 +1,9 @@
 // Reading a symbol, and what it tells about itself.
 #include "coff/coff_symbol.h"
 
-#include <cstdlib>
 #include <cstring>
 
 #include "coff/coff_file.h"
-#include "msg/end_run.h"
 #include "msg/user_msg.h"
 
 COFF_SYMBOL::~COFF_SYMBOL() = default;
@@ -37,19 +35,15 @@ void COFF_SYMBOL::read(COFF_FILE* file, std::uint32_t index) {
     if (!file || !file->stream())
         UMSG.die("COFF_SYMBOL::read", "missing input file");
     syment entry;
-    if (!file->read_next(&entry, sizeof entry)) {
-        UMSG.fatal_err("failed to read symbol table");
-        end_run(EXIT_FAILURE);
-    }
+    if (!file->read_next(&entry, sizeof entry))
+        end_fatally("failed to read symbol table");
     if (file->byte_swapped())
         swap_record(entry);
     load(file, index, entry, nullptr);
     if (has_aux()) {
         unsigned char bytes[aux_size];
-        if (!file->read_next(bytes, sizeof bytes)) {
-            UMSG.fatal_err("failed to read auxiliary entry");
-            end_run(EXIT_FAILURE);
-        }
+        if (!file->read_next(bytes, sizeof bytes))
+            end_fatally("failed to read auxiliary entry");
         load_aux(bytes, file->byte_swapped(), nullptr);
     }
     find_first_lnno();

@@ -2,10 +2,8 @@
 #include "coff/coff_symbol_table.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "coff/coff_file.h"
-#include "msg/end_run.h"
 #include "msg/user_msg.h"
 
 namespace {
@@ -13,13 +11,11 @@ namespace {
 constexpr std::int32_t index_map_buckets = 521;
 
 [[noreturn]] void end_on_short_symbol() {
-    UMSG.fatal_err("failed to read symbol table");
-    end_run(EXIT_FAILURE);
+    end_fatally("failed to read symbol table");
 }
 
 [[noreturn]] void end_on_short_auxiliary() {
-    UMSG.fatal_err("failed to read auxiliary entry");
-    end_run(EXIT_FAILURE);
+    end_fatally("failed to read auxiliary entry");
 }
 
 }  // namespace

@@ -1,10 +1,8 @@
 // A symbol on its way to another file, and into it.
-#include <cstdlib>
 #include <cstring>
 
 #include "coff/coff_file.h"
 #include "coff/coff_symbol.h"
-#include "msg/end_run.h"
 #include "msg/user_msg.h"
 
 /// Nothing of another file, which may end first, and nothing shared with another symbol, comes along.
@@ -28,12 +26,8 @@ void COFF_SYMBOL::encode_name() {
 }
 
 void COFF_SYMBOL::write(std::FILE* fp) {
-    if (std::fwrite(&entry_, sizeof entry_, 1, fp) != 1) {
-        UMSG.fatal_err("failed to write symbol table");
-        end_run(EXIT_FAILURE);
-    }
-    if (has_aux() && std::fwrite(aux_->bytes, aux_size, 1, fp) != 1) {
-        UMSG.fatal_err("failed to write auxiliary entry");
-        end_run(EXIT_FAILURE);
-    }
+    if (std::fwrite(&entry_, sizeof entry_, 1, fp) != 1)
+        end_fatally("failed to write symbol table");
+    if (has_aux() && std::fwrite(aux_->bytes, aux_size, 1, fp) != 1)
+        end_fatally("failed to write auxiliary entry");
 }

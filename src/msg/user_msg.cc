@@ -149,3 +149,11 @@ void USER_MSG::usage_msg(const char* format, ...) {
     message(USAGE, format, arguments(&list));
     va_end(list);
 }
+
+void end_fatally(const char* format, ...) {
+    std::va_list list;
+    va_start(list, format);
+    UMSG.message(USER_MSG::FATAL, format, USER_MSG::arguments(&list));
+    va_end(list);
+    end_run(EXIT_FAILURE);
+}

@@ -68,4 +68,7 @@ extern void (*user_msg_sink)(USER_MSG::ERROR_SEVERITY severity, const char* text
 /// The one instance. Initialised at compile time and never destroyed: it exists before and after everything else.
 extern constinit USER_MSG UMSG;
 
+/// UMSG.fatal_err(), and the end of the run even where the severity level drops the message.
+[[noreturn]] [[gnu::format(printf, 1, 2)]] void end_fatally(const char* format, ...);
+
 #endif

@@ -31,7 +31,7 @@ std::string pattern_of(const std::string& literal) {
 void collect(const std::string& source, std::vector<std::string>& patterns) {
     const std::string joined = std::regex_replace(source, std::regex(R"("\s*\n\s*")"), "");
     const std::regex message(R"re("((?:ERROR: |WARNING: |Invalid |too many |Internal Error )[^"]*)")re"
-                             R"re(|UMSG\.(?:fatal_err\(|message\(\s*USER_MSG::\w+,)\s*"([^"]*)")re");
+                             R"re(|(?:end_fatally\(|UMSG\.message\(\s*USER_MSG::\w+,)\s*"([^"]*)")re");
     for (std::sregex_iterator at(joined.begin(), joined.end(), message), end; at != end; ++at)
         patterns.push_back(pattern_of((*at)[1].matched ? (*at)[1] : (*at)[2]));
 }
