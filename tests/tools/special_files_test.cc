@@ -173,7 +173,7 @@ TEST_F(SpecialFiles, StandardStreamsMayBeClosed) {
         }
         const int printed = (closed & 2) != 0 ? 2 : 0;
         EXPECT_EQ(run({COFFDUMP_PROGRAM, "app.out"}), printed);
-        EXPECT_EQ(run({COFFDUMP_PROGRAM, "/dev/fd/9"}), 2);
+        EXPECT_EQ(run({COFFDUMP_PROGRAM, "/dev/fd/999"}), 2);
         EXPECT_EQ(run({VELMDUMP_PROGRAM, "convert", "given.vlm", "-o", "-"}), printed);
     }
 }
