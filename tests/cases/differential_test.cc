@@ -1,7 +1,7 @@
 // The product against the second opinion on thousands of generated requests.
 // MODFORGE_SEED=n in the environment runs the one request of that seed.
-#include "cases/random_request.h"
 #include "cases/run_modforge.h"
+#include "support/random_request.h"
 
 #include <chrono>
 #include <cstdlib>
@@ -23,7 +23,7 @@ void expect_as_predicted(const second_opinion::conversion_request& request, bool
 
 TEST(Differential, GeneratedRequestsGiveWhatTheSecondOpinionGives) {
     if (const char* seed = std::getenv("MODFORGE_SEED")) {
-        const auto request = random_request(static_cast<std::uint32_t>(std::strtoul(seed, nullptr, 10)));
+        const auto request = support::random_request(static_cast<std::uint32_t>(std::strtoul(seed, nullptr, 10)));
         return expect_as_predicted(request, second_opinion::convert(request).status == 0);
     }
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
@@ -31,7 +31,7 @@ TEST(Differential, GeneratedRequestsGiveWhatTheSecondOpinionGives) {
     int converted = 0;
     for (; seed < 4000 && (seed < 100 || std::chrono::steady_clock::now() < deadline); ++seed) {
         SCOPED_TRACE("rerun with MODFORGE_SEED=" + std::to_string(seed));
-        const second_opinion::conversion_request request = random_request(seed);
+        const second_opinion::conversion_request request = support::random_request(seed);
         const bool converts = second_opinion::convert(request).status == 0;
         converted += converts;
         expect_as_predicted(request, converts);

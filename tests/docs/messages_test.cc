@@ -13,11 +13,6 @@ namespace {
 
 using namespace support;
 
-std::string text_of(const std::string& path) {
-    const bytes data = read_file(path);
-    return {data.begin(), data.end()};
-}
-
 /// A format string as it stands in a source, as a pattern for what it prints: line breaks gone, runs of blanks as one.
 std::string pattern_of(const std::string& literal) {
     std::string text = std::regex_replace(literal, std::regex(R"(\\n|\\t)"), "");
@@ -42,13 +37,13 @@ std::vector<std::string> patterns_in_sources() {
         for (const auto& file :
              std::filesystem::directory_iterator(std::string(MODFORGE_SOURCE_DIR) + "/src/" + folder))
             if (file.path().extension() == ".cc")
-                collect(text_of(file.path()), patterns);
+                collect(read_text(file.path()), patterns);
     return patterns;
 }
 
 /// The first column of the page's tables, without the library's prefixes.
 std::vector<std::string> messages_in_page() {
-    const std::string page = text_of(std::string(MODFORGE_SOURCE_DIR) + "/docs/messages.md");
+    const std::string page = read_text(std::string(MODFORGE_SOURCE_DIR) + "/docs/messages.md");
     const std::regex row(R"re(\n\| `(?:>> [a-z ]+: )?([^`]+)` \|)re");
     std::vector<std::string> messages;
     for (std::sregex_iterator at(page.begin(), page.end(), row), end; at != end; ++at)

@@ -16,14 +16,9 @@ using testing::HasSubstr;
 
 const std::string source = MODFORGE_SOURCE_DIR;
 
-std::string text_of(const std::string& path) {
-    const bytes data = read_file(path);
-    return {data.begin(), data.end()};
-}
-
 TEST(Readme, ShowsTheEntriesFileThatIsShipped) {
-    EXPECT_THAT(text_of(source + "/README.md"),
-                HasSubstr("```\n" + text_of(source + "/examples/audio.entries") + "```"));
+    EXPECT_THAT(read_text(source + "/README.md"),
+                HasSubstr("```\n" + read_text(source + "/examples/audio.entries") + "```"));
 }
 
 TEST(Readme, ExampleGivesTheModuleThatIsShipped) {
@@ -38,13 +33,13 @@ TEST(Readme, ExampleGivesTheModuleThatIsShipped) {
     const bytes module = read_file(room.file("audio.vlm"));
     EXPECT_EQ(module, read_file(source + "/examples/audio.vlm"));
     const std::string size = std::to_string(module.size());
-    EXPECT_THAT(text_of(source + "/README.md"),
+    EXPECT_THAT(read_text(source + "/README.md"),
                 HasSubstr(size.substr(0, size.size() - 3) + "," + size.substr(size.size() - 3) + " bytes"));
 }
 
 TEST(Readme, ShowsWhatTheToolsSayOfTheModule) {
     const run_result show = run_program({VELMDUMP_PROGRAM, "show", "audio.vlm"}, {.directory = source + "/examples"});
-    EXPECT_THAT(text_of(source + "/README.md"), HasSubstr("```\n" + show.out + "```"));
+    EXPECT_THAT(read_text(source + "/README.md"), HasSubstr("```\n" + show.out + "```"));
     const temporary_directory room;
     const std::string module = source + "/examples/audio.vlm";
     for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
@@ -60,7 +55,7 @@ TEST(Readme, ShowsWhatTheToolsSayOfTheModule) {
 }
 
 TEST(Readme, ExplainsEveryOptionOfTheUsageText) {
-    const std::string readme = text_of(source + "/README.md");
+    const std::string readme = read_text(source + "/README.md");
     const std::string table = readme.substr(readme.find("| Option | Meaning |"));
     const std::string usage = run_program({MODFORGE_PROGRAM, "-?"}).err;
     const std::regex option(R"(\[(-[a-z?]+=?))");

@@ -103,4 +103,11 @@ TEST_F(Memory, MayBeShortInCoffdump) {
     sweep(image_runs);
 }
 
+// The innermost scope speaks, and the general one where there is none.
+TEST_F(Memory, MayBeShortInTheClassLibrary) {
+    sweep(library_runs);
+    for (const char* what : {"inner", "outer", "the conversion"})
+        EXPECT_TRUE(messages.contains(std::string("ERROR: Unable to allocate storage for ") + what + '\n')) << what;
+}
+
 }  // namespace

@@ -52,6 +52,16 @@ const std::vector<subject> image_runs = {
     {{COFFDUMP_PROGRAM, "check", "bad.out"}, "", 1},
 };
 
+const std::vector<subject> library_runs = {{{"library", "list"}},
+                                           {{"library", "table"}},
+                                           {{"library", "scopes"}},
+                                           {{"library", "die"}, "", 1},
+                                           {{"library", "file"}}};
+
+int subject::trouble() const {
+    return command[0] == VELMDUMP_PROGRAM || command[0] == COFFDUMP_PROGRAM ? 2 : 1;
+}
+
 bool subject::is_modforge() const {
     return command[0] == MODFORGE_PROGRAM;
 }

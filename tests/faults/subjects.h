@@ -17,11 +17,11 @@ struct subject {
 
     [[nodiscard]] bool is_modforge() const;
     /// The status for trouble with files or memory.
-    [[nodiscard]] int trouble() const { return is_modforge() ? 1 : 2; }
+    [[nodiscard]] int trouble() const;
     [[nodiscard]] std::string title() const;
 };
 
-extern const std::vector<subject> conversions, module_runs, image_runs;
+extern const std::vector<subject> conversions, module_runs, image_runs, library_runs;
 
 /// A directory with everything that the subjects read.
 class room : public cases::workshop {

@@ -1,8 +1,8 @@
 // The reference loader: what it makes of small modules, and of what the target says.
 #include <tuple>
 
-#include "cases/random_request.h"
 #include "loader/device.h"
+#include "support/random_request.h"
 #include "tools/second_opinion/conversion.h"
 
 namespace {
@@ -13,7 +13,7 @@ using namespace loader;
 TEST(Loader, OpensEveryModuleOfTheConverter) {
     unsigned modules = 0;
     for (std::uint32_t seed = 0; modules < 300; ++seed) {
-        const second_opinion::conversion made = second_opinion::convert(cases::random_request(seed));
+        const second_opinion::conversion made = second_opinion::convert(support::random_request(seed));
         if (made.status != 0 || made.module.at(0) == '0')
             continue;
         for (const bytes& module : {made.module, byte_swapped(made.module)}) {

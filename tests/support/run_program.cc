@@ -153,6 +153,11 @@ bytes read_file(const std::string& path) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+std::string read_text(const std::string& path) {
+    const bytes data = read_file(path);
+    return {data.begin(), data.end()};
+}
+
 bool file_exists(const std::string& path) {
     return std::filesystem::exists(path);
 }

@@ -55,6 +55,7 @@ private:
 
 /// The whole of a file; throws std::system_error when it cannot be read.
 bytes read_file(const std::string& path);
+std::string read_text(const std::string& path);
 bool file_exists(const std::string& path);
 
 }  // namespace support

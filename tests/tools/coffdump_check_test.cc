@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "cases/random_request.h"
 #include "cases/run_modforge.h"
 #include "support/coff_builder.h"
+#include "support/random_request.h"
 #include "support/run_program.h"
 
 namespace {
@@ -166,7 +166,7 @@ TEST_F(CoffdumpCheck, AgreesWithModforgeOnRandomInputs) {
     unsigned refused = 0;
     for (std::uint32_t seed = 0; seed < 100 && !HasFailure(); ++seed) {
         SCOPED_TRACE(seed);
-        expect_agreement(cases::random_request(seed), refused);
+        expect_agreement(support::random_request(seed), refused);
     }
 }
 
@@ -174,7 +174,7 @@ TEST_F(CoffdumpCheck, AgreesWithModforgeOnDamagedInputs) {
     unsigned refused = 0;
     for (std::uint32_t seed = 0; seed < 250 && !HasFailure(); ++seed) {
         SCOPED_TRACE(seed);
-        conversion_request request = cases::random_request(seed + 1000);
+        conversion_request request = support::random_request(seed + 1000);
         damage(request.input, seed);
         expect_agreement(request, refused);
     }

@@ -2,15 +2,12 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
-#include "cases/random_request.h"
 #include "format/reloc_types.h"
 #include "support/coff_builder.h"
-#include "support/json_schema.h"
 #include "support/run_program.h"
 
 namespace {
@@ -90,46 +87,29 @@ TEST_F(Coffdump, EachOptionListsItsPart) {
     EXPECT_THAT(listing(sample(), "--contents=.text"), Not(HasSubstr("01 02 03 04")));
 }
 
-// Names are bytes: markup, control characters and what is no UTF-8 must not get into XML or JSON as they are.
-TEST_F(Coffdump, XmlAndJsonSurviveEveryName) {
+// That it is as its schema says, and well-formed with any names, hostile_runs.py sees.
+TEST_F(Coffdump, JsonTellsWhatThereIs) {
     coff_image image = sample();
-    const std::string hostile = "<a href=\"&\">]]>\x01\x7f\xff\xc3\xa9'";
-    image.symbols[1].name = hostile;
-    image.sections[1].name = hostile;
-    files.write("app.xml", listing(image, "--xml"));
-    const run_result lint = support::run_program({XMLLINT_PROGRAM, "--noout", files.file("app.xml")});
-    EXPECT_EQ(lint.status, 0) << lint.err;
-
+    image.symbols[1].name = "<a href=\"&\">]]>\x01\x7f\xff\xc3\xa9'";
     const auto json = nlohmann::json::parse(listing(image, "--json"));
-    EXPECT_EQ(json["symbols"][1]["name_hex"], "3C6120687265663D2226223E5D5D3E017FFFC3A927");
+    const std::pair<const char*, nlohmann::json> rows[] = {
+        {"/symbols/1/name_hex", "3C6120687265663D2226223E5D5D3E017FFFC3A927"},
+        {"/symbols/6/auxiliary/next", 9},
+        {"/sections/0/contents", "DEADBEEF01"},
+        {"/sections/0/lines/0/line", 7},
+        {"/sections/1/relocations/0/symbol", 2},
+        {"/sections/1/relocations/1/field_size", 5},
+        {"/file_header/time_stamp", 0x12345678},
+        {"/strings/0/offset", 4},
+    };
+    for (const auto& [place, value] : rows)
+        EXPECT_EQ(json.at(nlohmann::json::json_pointer(place)), value) << place;
     EXPECT_FALSE(json["symbols"][2].contains("name_hex"));
-    EXPECT_EQ(json["sections"][0]["contents"], "DEADBEEF01");
-    EXPECT_EQ(json["sections"][0]["lines"][0]["line"], 7);
-    EXPECT_EQ(json["sections"][1]["relocations"][0]["symbol"], 2);
-    EXPECT_EQ(json["sections"][1]["relocations"][1]["field_size"], 5);
-    EXPECT_EQ(json["symbols"][6]["auxiliary"]["next"], 9);
-    EXPECT_EQ(json["file_header"]["time_stamp"], 0x12345678);
-}
-
-TEST_F(Coffdump, EverySampleAndGeneratedImageIsListed) {
-    std::vector<support::bytes> images;
-    for (const std::string name : {"audio", "firmware", "sensor"})
-        images.push_back(support::read_file(MODFORGE_SAMPLES "/" + name + ".out"));
-    for (std::uint32_t seed = 0; seed < 40; ++seed) {
-        const second_opinion::conversion_request request = cases::random_request(seed);
-        if (second_opinion::convert(request).status == 0)
-            images.push_back(request.input);
-    }
-    for (const support::bytes& image : images) {
-        files.write("app.out", image);
-        const run_result all = run({"--all", "app.out"});
-        ASSERT_EQ(all.status, 0) << all.err;
-        files.write("app.xml", run({"--xml", "app.out"}).out);
-        const run_result lint = support::run_program({XMLLINT_PROGRAM, "--noout", files.file("app.xml")});
-        ASSERT_EQ(lint.status, 0) << lint.err;
-        const auto json = nlohmann::json::parse(run({"--json", "app.out"}).out);
-        ASSERT_EQ(json["file_header"]["sections"], json["sections"].size());
-    }
+    files.write("names", "_absent\n");
+    const auto check = nlohmann::json::parse(run({"check", "--json", "app.out", "-e", "names"}).out);
+    EXPECT_EQ(check["converts"], true);
+    EXPECT_EQ(check["findings"][0]["place"], "names:1:1");
+    EXPECT_EQ(check["findings"][0]["severity"], "warning");
 }
 
 TEST_F(Coffdump, BothByteOrdersListAlike) {
@@ -157,7 +137,7 @@ TEST_F(Coffdump, WhatTheFileDoesNotHoldIsNamed) {
     EXPECT_THAT(run({"--all", "app.out"}).out, HasSubstr("contents are not in the file"));
 }
 
-// Whatever is cut off: the rest is listed, in every form, and the status tells.
+// Whatever is cut off: the rest is listed, and the status tells.
 TEST_F(Coffdump, ACutFileIsListedAsFarAsItGoes) {
     const support::bytes whole = sample().data();
     const std::string everything = listing(sample(), "--all");
@@ -170,11 +150,6 @@ TEST_F(Coffdump, ACutFileIsListedAsFarAsItGoes) {
         const auto now = static_cast<std::size_t>(std::count(result.out.begin(), result.out.end(), '\n'));
         EXPECT_GE(now + 2, lines) << size << result.out;  // "No string table", "are not in the file" come and go
         lines = std::max(lines, now);
-        files.write("app.xml", run({"--xml", "app.out"}).out);
-        if (size >= 22) {
-            ASSERT_TRUE(nlohmann::json::accept(run({"--json", "app.out"}).out)) << size;
-            ASSERT_EQ(support::run_program({XMLLINT_PROGRAM, "--noout", files.file("app.xml")}).status, 0) << size;
-        }
     }
     const std::string most(whole.begin(), whole.end() - 8);
     const run_result piped = support::run_program({COFFDUMP_PROGRAM, "--symbols", "-"}, {.input = most});
@@ -268,24 +243,8 @@ TEST_F(Coffdump, OddEntriesFilesAreTold) {
     }
 }
 
-TEST_F(Coffdump, JsonIsAsItsSchemaSays) {
-    std::ifstream schema_file(MODFORGE_SOURCE_DIR "/docs/coffdump.schema.json");
-    const auto schema = nlohmann::json::parse(schema_file);
-    const auto json = nlohmann::json::parse(listing(sample(), "--json"));
-    support::expect_as_in_schema(json, schema, schema, "$");
-    EXPECT_EQ(json["strings"][1]["string"], "_api_second");
-    EXPECT_EQ(json["strings"][1]["offset"], 15);
-    files.write("names", "_absent\n");
-    const auto check = nlohmann::json::parse(run({"check", "--json", "app.out", "-e", "names"}).out);
-    support::expect_as_in_schema(check, schema["$defs"]["check"], schema, "check");
-    EXPECT_EQ(check["converts"], true);
-    EXPECT_EQ(check["findings"][0]["place"], "names:1:1");
-    EXPECT_EQ(check["findings"][0]["severity"], "warning");
-}
-
 TEST_F(Coffdump, TheDocsShowWhatItPrints) {
-    const support::bytes text = support::read_file(MODFORGE_SOURCE_DIR "/docs/coffdump.md");
-    const std::string page(text.begin(), text.end());
+    const std::string page = support::read_text(MODFORGE_SOURCE_DIR "/docs/coffdump.md");
     for (const std::vector<std::string>& arguments :
          std::vector<std::vector<std::string>>{{"--help"}, {"check", "--help"}, {"entries", "--help"}}) {
         const std::string help = run(arguments).out;

@@ -1,7 +1,7 @@
 // Modules in another byte order and form are what a machine of that order writes for the same input.
 #include <gtest/gtest.h>
 
-#include "cases/random_request.h"
+#include "support/random_request.h"
 #include "support/run_program.h"
 #include "tools/second_opinion/conversion.h"
 #include "tools/velmdump/byte_order.h"
@@ -20,7 +20,7 @@ bytes module_in(byte_order order, second_opinion::conversion_request request) {
 TEST(ModuleConversion, EveryModuleIsThatOfAMachineOfTheOtherOrder) {
     unsigned modules = 0;
     for (std::uint32_t seed = 5000; modules < 300; ++seed) {
-        second_opinion::conversion_request request = cases::random_request(seed);
+        second_opinion::conversion_request request = support::random_request(seed);
         request.c_text = false;
         const bytes little = module_in(byte_order::little, request);
         if (little.empty())

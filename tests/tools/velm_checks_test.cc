@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <optional>
 
-#include "cases/random_request.h"
 #include "support/coff_builder.h"
 #include "support/module_sums.h"
+#include "support/random_request.h"
 #include "support/run_program.h"
 #include "tools/second_opinion/conversion.h"
 
@@ -68,7 +68,7 @@ bool expect_sound(conversion_request request, const std::string& which) {
 TEST(VelmChecks, EveryModuleOfTheConverterIsSoundInEveryForm) {
     unsigned modules = 0;
     for (std::uint32_t seed = 0; modules < 1000 && !HasFailure(); ++seed)
-        modules += expect_sound(cases::random_request(seed), "seed " + std::to_string(seed));
+        modules += expect_sound(support::random_request(seed), "seed " + std::to_string(seed));
 }
 
 TEST(VelmChecks, EveryModuleOfTheSamplesIsSoundInEveryForm) {
@@ -275,8 +275,7 @@ TEST(VelmChecks, EveryFieldIsCheckedOrListed) {
         {"displacement", reloc + 8, 2, true},
         {"type", reloc + 10, 2, true},
     };
-    const bytes page = support::read_file(MODFORGE_SOURCE_DIR "/docs/velmdump.md");
-    const std::string text(page.begin(), page.end());
+    const std::string text = support::read_text(MODFORGE_SOURCE_DIR "/docs/velmdump.md");
     const std::size_t begin = text.find("What no check can find");
     const std::string list = text.substr(begin, text.find("So two words of contents", begin) - begin);
     for (const field_rule& rule : rules) {

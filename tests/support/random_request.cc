@@ -1,5 +1,5 @@
 // Draws sections, symbols, relocations and entries so that most requests convert and few parts are like any other.
-#include "cases/random_request.h"
+#include "support/random_request.h"
 
 #include <algorithm>
 #include <initializer_list>
@@ -7,14 +7,10 @@
 
 #include "support/coff_builder.h"
 
-namespace cases {
+namespace support {
 namespace {
 
 using std::uint32_t;
-using support::coff_image;
-using support::coff_reloc;
-using support::coff_section;
-using support::coff_symbol;
 
 // Ordinary types of every extent, expression types, field types, types that are left out, unknown ones.
 constexpr std::initializer_list<std::uint16_t> reloc_types = {
@@ -57,7 +53,7 @@ private:
     }
 
     void make_image() {
-        image_.order = chance(50) ? support::byte_order::little : support::byte_order::big;
+        image_.order = chance(50) ? byte_order::little : byte_order::big;
         image_.target_id = pick<std::uint16_t>({0x93, 0x97, 0x98, 0x99, 0x9C, 0x9D, 0x9F});
         image_.flags = static_cast<std::uint16_t>(below(0x10000));
         image_.timestamp = below(0xFFFFFFFF);
@@ -99,7 +95,7 @@ private:
     }
 
     [[nodiscard]] uint32_t width(const coff_section& section) const {
-        return (section.mwidth != 0 ? section.mwidth : support::target_width(image_.target_id)) / 8;
+        return (section.mwidth != 0 ? section.mwidth : target_width(image_.target_id)) / 8;
     }
 
     coff_symbol symbol() {
@@ -116,7 +112,7 @@ private:
         made.type = pick<std::uint16_t>({0, 4, 0x20, 0x30});
         made.long_name = chance(10);
         if (chance(30))
-            made.aux = {support::aux_function(below(9), below(9), 0, below(9))};
+            made.aux = {aux_function(below(9), below(9), 0, below(9))};
         return made;
     }
 
@@ -176,4 +172,4 @@ second_opinion::conversion_request random_request(std::uint32_t seed) {
     return generator(seed).request();
 }
 
-}  // namespace cases
+}  // namespace support
