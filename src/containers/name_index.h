@@ -12,26 +12,26 @@
 
 #include "containers/hashed_name.h"
 
-/// Maps each name to the number that was added with it first. It keeps no text: whoever asks gives `text_of(number)`, the
-/// name that a number stands for.
+/// Maps each name to the number that was added with it first. It keeps no text: whoever asks gives `name_of(number)`, the
+/// hashed_name that a number stands for. Only growth looks at its hash.
 class name_index {
 public:
     /// What find() gives for a name that was not added; no number.
     static constexpr std::uint32_t none = UINT32_MAX;
 
-    template <typename TEXT_OF> std::uint32_t find(const hashed_name& name, TEXT_OF text_of) const {
+    template <typename NAME_OF> std::uint32_t find(const hashed_name& name, NAME_OF name_of) const {
         if (used_ == 0)
             return none;
-        const std::size_t i = slot_of(name, text_of);
+        const std::size_t i = slot_of(name, name_of);
         return tags_[i] == free_tag ? none : numbers_[i];
     }
 
     /// Adds `name` with `number` unless it is there. Returns the number that stands now.
-    template <typename TEXT_OF>
-    std::uint32_t find_or_add(const hashed_name& name, std::uint32_t number, TEXT_OF text_of) {
+    template <typename NAME_OF>
+    std::uint32_t find_or_add(const hashed_name& name, std::uint32_t number, NAME_OF name_of) {
         if (used_ + 1 > tags_.size() / 2)
-            resize(tags_.empty() ? first_size : tags_.size() * 4, text_of);
-        const std::size_t i = slot_of(name, text_of);
+            resize(tags_.empty() ? first_size : tags_.size() * 4, name_of);
+        const std::size_t i = slot_of(name, name_of);
         if (tags_[i] != free_tag)
             return numbers_[i];
         tags_[i] = tag_of(name.hash);
@@ -41,10 +41,10 @@ public:
     }
 
     /// Makes room for `count` names in all, which need not come.
-    template <typename TEXT_OF> void reserve(std::size_t count, TEXT_OF text_of) {
+    template <typename NAME_OF> void reserve(std::size_t count, NAME_OF name_of) {
         const std::size_t size = std::bit_ceil(std::max(2 * count, first_size));
         if (size > tags_.size())
-            resize(size, text_of);
+            resize(size, name_of);
     }
 
     /// Forgets every name and gives the memory back.
@@ -61,23 +61,23 @@ private:
     static std::uint8_t tag_of(std::uint32_t hash) { return static_cast<std::uint8_t>(hash >> 24 | 1U); }
 
     /// Where the name is or would go.
-    template <typename TEXT_OF> std::size_t slot_of(const hashed_name& name, TEXT_OF text_of) const {
+    template <typename NAME_OF> std::size_t slot_of(const hashed_name& name, NAME_OF name_of) const {
         const std::size_t mask = tags_.size() - 1;
         const std::uint8_t tag = tag_of(name.hash);
         std::size_t i = name.hash & mask;
-        while (tags_[i] != free_tag && !(tags_[i] == tag && text_of(numbers_[i]) == name.text))
+        while (tags_[i] != free_tag && !(tags_[i] == tag && name_of(numbers_[i]).text == name.text))
             i = (i + 1) & mask;
         return i;
     }
 
     /// Moves to tables of `size` slots.
-    template <typename TEXT_OF> void resize(std::size_t size, TEXT_OF text_of) {
+    template <typename NAME_OF> void resize(std::size_t size, NAME_OF name_of) {
         const std::vector<std::uint8_t> tags = std::exchange(tags_, std::vector<std::uint8_t>(size, free_tag));
         const auto numbers = std::exchange(numbers_, std::make_unique_for_overwrite<std::uint32_t[]>(size));
         for (std::size_t k = 0; k < tags.size(); ++k) {
             if (tags[k] == free_tag)
                 continue;
-            std::size_t i = hashed_name(text_of(numbers[k])).hash & (size - 1);
+            std::size_t i = name_of(numbers[k]).hash & (size - 1);
             while (tags_[i] != free_tag)
                 i = (i + 1) & (size - 1);
             tags_[i] = tags[k];

@@ -9,15 +9,19 @@
 #include "containers/name_index.h"
 
 struct entries_file_sym {
-    std::string_view name;  ///< without qualifier and marker; in the text of the file
-    bool found;             ///< it matched something in the input
-    bool optional;          ///< written with a leading "-", never reported as missing
+    std::string_view name;    ///< without qualifier and marker; in the text of the file
+    std::uint32_t name_hash;  ///< as hashed_name gives it
+    bool found;               ///< it matched something in the input
+    bool optional;            ///< written with a leading "-", never reported as missing
 };
 
 /// Records move when one is added.
 class entries_table {
     auto name_of() const {
-        return [this](std::uint32_t number) { return records_[number].name; };
+        return [this](std::uint32_t number) {
+            const entries_file_sym& record = records_[number];
+            return hashed_name(record.name, record.name_hash);
+        };
     }
 
 public:
@@ -32,14 +36,15 @@ public:
         const std::uint32_t number = index_.find_or_add(name, static_cast<std::uint32_t>(records_.size()), name_of());
         if (number < records_.size())
             return &records_[number];
-        records_.push_back({name.text, false, optional});
+        records_.push_back({name.text, name.hash, false, optional});
         return nullptr;
     }
 
     /// Adds a record, even if there is one of that name.
-    void append(std::string_view name, bool optional) {
-        if (find_or_add(hashed_name(name), optional))
-            records_.push_back({name, false, optional});
+    void append(std::string_view text, bool optional) {
+        const hashed_name name(text);
+        if (find_or_add(name, optional))
+            records_.push_back({text, name.hash, false, optional});
     }
 
     const std::vector<entries_file_sym>& records() const { return records_; }

@@ -2,6 +2,7 @@
 #include "convert/entry_tokens.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <utility>
@@ -16,20 +17,28 @@ bool is_blank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-/// Whether all of eight characters lie above the blank.
-bool are_above_blank(const char* characters) {
-    std::uint64_t word;
-    std::memcpy(&word, characters, sizeof word);
-    // Subtracting '!' borrows from the highest bit of a byte below it. Bytes of 0x80 and above have that bit themselves.
-    return ((word - 0x2121212121212121U) & ~word & 0x8080808080808080U) == 0;
+/// The first character from `at` on that does not lie above the blank, or `end`.
+const char* skip_above_blank(const char* at, const char* end) {
+    for (; end - at >= 8; at += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, at, sizeof word);
+        // Subtracting '!' borrows from the highest bit of a byte below it. Bytes of 0x80 and above have that bit themselves.
+        const std::uint64_t others = (word - 0x2121212121212121U) & ~word & 0x8080808080808080U;
+        if (others == 0)
+            continue;
+        if constexpr (std::endian::native == std::endian::little)
+            return at + std::countr_zero(others) / 8;  // a borrow misleads about later characters only
+        break;
+    }
+    while (at != end && static_cast<unsigned char>(*at) > ' ')
+        ++at;
+    return at;
 }
 
-/// The first character from `at` on that is no part of a token, or `end`.
-const char* end_of_token(const char* at, const char* end) {
-    while (end - at >= 8 && are_above_blank(at))
-        at += 8;
-    while (at != end && (static_cast<unsigned char>(*at) > ' ' || !is_blank(*at)))
-        ++at;
+/// The first blank from `at` on, or `end`.
+const char* find_blank(const char* at, const char* end) {
+    while (at != end && !is_blank(*at))
+        at = skip_above_blank(at + 1, end);
     return at;
 }
 
@@ -85,13 +94,14 @@ std::optional<std::string_view> entry_tokens::next() {
             skip_comment();
             continue;
         }
-        const char* const end = end_of_token(at_, end_);
+        const char* const above = skip_above_blank(at_, end_);
+        const char* const end = find_blank(above, end_);
         const auto length = static_cast<std::size_t>(end - at_);
         if (length > max_entry_length)
             error_exit("ERROR: %s:%lu: an entry has more than 255 characters\n", file_name_, line_);
         if (end == end_ && refill(at_))
             continue;  // it may go on
-        return std::string_view(std::exchange(at_, end), strnlen(at_, length));
+        return std::string_view(std::exchange(at_, end), end == above ? length : strnlen(at_, length));
     }
     return std::nullopt;
 }

@@ -21,15 +21,13 @@ void check_table_size(std::uint64_t size) {
         error_exit("ERROR: The module would have 4 GiB or more\n");
 }
 
-std::string_view string_at(std::uint32_t offset) {
-    return &velm_file.strings[offset];
-}
+constexpr auto name_at = [](std::uint32_t offset) { return hashed_name(&velm_file.strings[offset]); };
 
 }  // namespace
 
 void reserve_strings(std::size_t count) {
     const allocation_scope scope("ERROR: Unable to allocate string table entry\n");
-    velm_file.string_offsets.reserve(count, string_at);
+    velm_file.string_offsets.reserve(count, name_at);
 }
 
 std::uint32_t add_to_string_list(const char* name) {
@@ -40,7 +38,7 @@ std::uint32_t add_to_string_list(const hashed_name& name) {
     if (name.text.size() > max_name_length)
         error_exit("ERROR: A name of the module has more than 65534 characters: %.60s...\n", name.text.data());
     const allocation_scope scope("ERROR: Unable to allocate string table entry\n");
-    const std::uint32_t offset = velm_file.string_offsets.find_or_add(name, velm_file.strtab_size, string_at);
+    const std::uint32_t offset = velm_file.string_offsets.find_or_add(name, velm_file.strtab_size, name_at);
     if (offset != velm_file.strtab_size)
         return offset;  // only a new name can stand at the end of the table
     const std::size_t length = name.text.size() + 1;
