@@ -3,38 +3,26 @@
 
 #include <bit>
 
-namespace {
-
-constexpr unsigned front_bits = 15;
-
-// What fronts_ tells: a bit for each length in the step, and this one.
-constexpr std::uint16_t goes_on = 1U << name_hasher::step;
-
-std::size_t place_of(const name_hasher& front) {
-    return static_cast<std::size_t>(front.state() >> (64 - front_bits));
-}
-
-}  // namespace
-
 void prefix_table::append(std::string_view text, bool optional) {
     fronts_.resize(std::size_t{1} << front_bits);
+    std::uint8_t* told = &short_lengths_;
     name_hasher front;
     for (std::size_t at = 0; at + name_hasher::step <= text.size(); at += name_hasher::step) {
-        fronts_[place_of(front)] |= goes_on;
+        if (at == told_apart)
+            *told |= 1;  // it goes on behind what leaves_hope() looks at: as if one ended here
         front.take(text.data() + at);
+        told = &told_by(front);
     }
-    fronts_[place_of(front)] |= static_cast<std::uint16_t>(1U << text.size() % name_hasher::step);
+    *told |= static_cast<std::uint8_t>(1U << text.size() % name_hasher::step);
     entries_table::append(text, optional);
 }
 
-entries_file_sym* prefix_table::find_start_of(std::string_view name) {
+entries_file_sym* prefix_table::search(std::string_view name) {
     entries_file_sym* first = nullptr;
-    if (fronts_.empty())
-        return first;
+    unsigned lengths = short_lengths_;
     name_hasher front;
     for (std::size_t at = 0;; at += name_hasher::step) {
-        const unsigned told = fronts_[place_of(front)];
-        for (unsigned lengths = told & (goes_on - 1U); lengths != 0; lengths &= lengths - 1) {
+        for (; lengths != 0; lengths &= lengths - 1) {
             const std::size_t length = at + static_cast<unsigned>(std::countr_zero(lengths));
             if (length > name.size())
                 break;
@@ -43,13 +31,15 @@ entries_file_sym* prefix_table::find_start_of(std::string_view name) {
             if (entry && (!first || entry < first))
                 first = entry;
         }
-        if ((told & goes_on) == 0 || name.size() - at < name_hasher::step)
+        if (name.size() - at < name_hasher::step)
             return first;
         front.take(name.data() + at);
+        lengths = told_by(front);
     }
 }
 
 void prefix_table::clear() {
     entries_table::clear();
     fronts_ = {};
+    short_lengths_ = 0;
 }
