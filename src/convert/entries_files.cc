@@ -24,8 +24,7 @@ constexpr unsigned fixed_hash_key = 27;  // bits by which the hash product is sh
 
 entry_texts texts;  // in which the names of all entries lie
 
-/// What was answered before, by COFF symbol index and by section number: up to three stages ask for every symbol.
-std::vector<std::uint8_t> symbol_answers;
+/// What is_exported_symbols_section() answered before, by section number.
 std::vector<std::uint8_t> section_answers;
 
 /// Whether the token is to be kept.
@@ -57,31 +56,17 @@ void read_entries_file(const char* name) {
         error_exit("ERROR: Unable to read entries file %s\n", name);
 }
 
-/// The answer of `ask`, which is asked once for every place.
-template <typename ASK> bool remembered(std::vector<std::uint8_t>& answers, std::size_t place, ASK ask) {
+/// Whether every symbol of the section of that number is to be exported. Asks once for each section.
+bool exports_section(std::int16_t scnum) {
     enum : std::uint8_t { not_asked, no, yes };
-    if (place >= answers.size())
-        answers.resize(std::max(place + 1, answers.size() * 2), not_asked);
-    if (answers[place] == not_asked)
-        answers[place] = ask() ? yes : no;
-    return answers[place] == yes;
-}
-
-/// Whether some entry exports the symbol; marks the one that says so.
-bool names_symbol(const symbol_view& sym) {
-    // Entries have at most 255 characters: what lies behind them in a name, however long, is never looked at.
-    const std::string_view name = sym.text().substr(0, max_entry_length + 1);
-    entries_file_sym* entry =
-        name.size() <= max_entry_length ? entry_sym_table.find_matching_entry(sym.hashed()) : nullptr;
-    if (!entry)
-        entry = entries_prefix_list.find_start_of(name);
-    if (entry) {
-        entry->found = true;
-        return true;
+    const auto place = static_cast<std::size_t>(scnum);
+    if (place >= section_answers.size())
+        section_answers.resize(std::max(place + 1, section_answers.size() * 2), not_asked);
+    if (section_answers[place] == not_asked) {
+        COFF_SECTION* const scn = coff_file.get_section(scnum);
+        section_answers[place] = scn && is_exported_symbols_section(scn->name()) ? yes : no;
     }
-    COFF_SECTION* const scn = sym.scnum() > 0 ? coff_file.get_section(sym.scnum()) : nullptr;
-    return scn && remembered(section_answers, static_cast<std::size_t>(sym.scnum()),
-                             [&] { return is_exported_symbols_section(scn->name()); });
+    return section_answers[place] == yes;
 }
 
 /// The group in which a missing symbol is warned of. Within a group the last entry comes first.
@@ -160,7 +145,16 @@ bool add_an_entry(std::string_view text, entries_table& table) {
 bool is_entries_symbol(const symbol_view& sym) {
     if (entries_files_list.size() == 0)
         return true;
-    return remembered(symbol_answers, sym.coff_index(), [&] { return names_symbol(sym); });
+    // Entries have at most 255 characters: what lies behind them in a name, however long, is never looked at.
+    const std::string_view name = sym.text().substr(0, max_entry_length + 1);
+    entries_file_sym* entry =
+        name.size() <= max_entry_length ? entry_sym_table.find_matching_entry(sym.hashed()) : nullptr;
+    if (!entry)
+        entry = entries_prefix_list.find_start_of(name);
+    if (!entry)
+        return sym.scnum() > 0 && exports_section(sym.scnum());
+    entry->found = true;
+    return true;
 }
 
 bool is_exported_symbols_section(const char* name) {
@@ -204,6 +198,6 @@ void cleanup_entries_lists() {
     entry_section_table.clear();
     entries_prefix_list.clear();
     entries_symbols_section_list.clear();
-    symbol_answers = section_answers = {};
+    section_answers = {};
     texts.clear();
 }

@@ -39,8 +39,9 @@ std::size_t checked_section(int scnum) {
     return static_cast<std::size_t>(scnum);
 }
 
-bool is_marked_section(int scnum) {
-    return scnum > 0 && scnum <= coff_file.fh_nscns() && scn_refd[static_cast<std::size_t>(scnum)] != 0;
+/// Whether the number is that of a section which is not marked yet, or of none that exists.
+bool may_be_marked(int scnum) {
+    return scnum > 0 && (scnum > coff_file.fh_nscns() || scn_refd[static_cast<std::size_t>(scnum)] == 0);
 }
 
 void mark_referenced_symbols() {
@@ -73,9 +74,9 @@ void mark_referenced_sections() {
     coff_file.symbol_table()->visit_read([&counter](const symbol_view& sym) {
         const std::uint32_t index = counter++;
         symbols_expected += is_accepted_class(sym.sclass());
-        // Once is enough for a section. But the entry point is asked about here only, in one case: an entry that names it
-        // is found by that.
-        if (is_marked_section(sym.scnum()) && !is_entry_point(sym))
+        // Once is enough for a section, and what is not asked about here is later. But the entry point is asked about here
+        // only, in one case: an entry that names it is found by that.
+        if (!may_be_marked(sym.scnum()) && !is_entry_point(sym))
             return;
         if (keep_symbol(sym, index) && sym.scnum() > 0)
             scn_refd[checked_section(sym.scnum())] = 1;
