@@ -7,7 +7,6 @@ using namespace cases;
 using second_opinion::conversion_request;
 using support::bytes;
 using support::coff_image;
-using support::run_result;
 
 namespace {
 
@@ -131,39 +130,6 @@ TEST(EntriesFiles, MissingSymbolsAreListedByBucket) {
     expect_conversion(request);
 }
 
-// An entry is found when the question was asked about its symbol, which is not the same as the symbol's being there.
-TEST(EntriesFiles, AreFoundWhereTheQuestionIsAsked) {
-    const struct {
-        const char* entry;
-        bool symbols_only;
-        bool found;
-    } rows[] = {
-        {"_imported", false, true},       // kept for its relocation, asked about when it was named
-        {"_imported", true, false},       // undefined: -s does not ask
-        {"_referenced", false, true},     // not external, but a relocation keeps it
-        {"_referenced", true, false},     // -s asks about externals only
-        {"_unreferenced", false, false},  // neither external nor kept
-        {"__DLStart", false, false},      // kept for its relocation, and its name is never in question
-        {"__DLStart", true, true},
-    };
-    coff_image image;
-    image.symbols = {{.name = "_imported", .scnum = 0},
-                     {.name = "_referenced", .sclass = 3},
-                     {.name = "__DLStart"},
-                     {.name = "_unreferenced", .sclass = 3}};
-    image.sections = {{.contents = bytes(12)}};
-    for (std::uint32_t i = 0; i < 3; ++i)
-        image.sections[0].relocs.push_back({.vaddr = 4 * i, .type = 17, .symndx = i});
-    for (const auto& row : rows) {
-        SCOPED_TRACE(std::string(row.entry) + (row.symbols_only ? " with -s" : ""));
-        conversion_request request = request_for(image);
-        request.entries = {row.entry};
-        request.symbols_only = row.symbols_only;
-        EXPECT_EQ(second_opinion::convert(request).err, row.found ? "" : missing("Symbol", row.entry) + "\n\n");
-        expect_conversion(request);
-    }
-}
-
 // 255 characters are the most that a token has; a longer name can only be met by a prefix or by its section.
 TEST(EntriesFiles, TheLongestTokenNamesOneSymbol) {
     const std::string name(255, 'x');
@@ -187,27 +153,4 @@ TEST(EntriesFiles, TokensMayLieAcrossTheBordersOfBlocks) {
         text += std::string(240, 'x') + std::to_string(i) + '\n';
     request.entries = {text + "_api_one"};
     expect_conversion(request);
-}
-
-TEST(EntriesFiles, UnreadableOnesEndTheRun) {
-    const std::pair<std::vector<std::string>, std::string> rows[] = {
-        {{"-e=good", "-e=absent"}, "ERROR: Unable to open entries file absent\n"},
-        {{"-e=."}, "ERROR: Unable to read entries file .\n"},
-        {{"-e=long"}, "ERROR: long:2: an entry has more than 255 characters\n"},
-        {{"-e=/dev/zero"}, "ERROR: /dev/zero:1: an entry has more than 255 characters\n"},
-    };
-    for (const auto& [options, err] : rows) {
-        SCOPED_TRACE(testing::PrintToString(options));
-        const workshop shop;
-        shop.write("app.out", image_to_choose_from().data());
-        shop.write("good", "_api_one\n");
-        shop.write("long", "_a\n" + std::string(256, 'x'));
-        std::vector<std::string> arguments = options;
-        arguments.emplace_back("app.out");
-        const run_result run = shop.run(arguments);
-        EXPECT_EQ(run.status, 1);
-        EXPECT_EQ(run.out, banner);
-        EXPECT_EQ(run.err, err);
-        EXPECT_FALSE(shop.has("app.vlm"));
-    }
 }

@@ -42,6 +42,9 @@ const struct {
      "in.out",
      0},
     {">>   error: Cannot open input file 'FILE': REASON", nullptr, {}, "missing"},
+    {">>   error: FILE: too long: a file may have N bytes", nullptr, {}, "huge"},
+    {">>   error: FILE: cannot be read in any order: REASON", nullptr, {}, "/dev/stdin"},
+    {">>   error: FILE: cannot be read: REASON", nullptr, {}, "."},
     {"Internal Error in USER_MSG::message:  attempt to generate a message > 4095 bytes, which would result in a buffer "
      "overflow; terminating program.",
      [](auto& i) {
@@ -73,6 +76,8 @@ void write_sparse(const workshop& shop) {
         image.sections.push_back({.name = ".big", .flags = 0x40, .size = 0x7FFF0000, .scnptr = 0x1000});
     shop.write("sparse", image.data());
     std::filesystem::resize_file(shop.path("sparse"), 0x7FFFFFFF);
+    shop.write("huge", image.data());
+    std::filesystem::resize_file(shop.path("huge"), 0x80000000);
 }
 
 void furnish(const workshop& shop, const image_change& change) {
@@ -95,7 +100,7 @@ TEST(Messages, EachIsMadeAndStandsOnThePageAsPrinted) {
         met.insert(h.row);
         const workshop shop;
         furnish(shop, h.change);
-        if (h.input == std::string("sparse"))
+        if (h.input == std::string("sparse") || h.input == std::string("huge"))
             write_sparse(shop);
         words arguments = h.options;
         arguments.emplace_back(h.input);

@@ -133,30 +133,6 @@ TEST(Packets, EveryTypeHasItsExtent) {
     expect_conversion(request);
 }
 
-TEST(Packets, RelocationsThatLieOddAreToldOf) {
-    const std::string warning = "WARNING: Section .text: relocations out of order or outside its packets\n";
-    const struct {
-        const char* what;
-        std::vector<field_at> fields;
-        std::vector<packet> packets;
-    } rows[] = {
-        {"out of order", {{8, byte4}, {4, byte4}}, {{300, {8, 4}}, {4}}},
-        {"below the section", {{-4, byte4}}, {{300, {0xFFFFFFFC}}, {4}}},
-        {"behind the section", {{304, none}}, {{300}, {4}}},
-        {"far behind the section", {{0x10000, byte4}}, {{300}, {4}}},
-        {"back into an earlier packet", {{300, byte4}, {4, byte4}}, {{300}, {4, {0, 0xFFFFFED8}}}},
-        {"past the cut that a later one made", {{290, byte8}, {294, byte8}}, {{294, {290}}, {10, {0}}}},
-        {"past it by one byte", {{291, byte4}, {294, byte8}}, {{294, {291}}, {10, {0}}}},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        const conversion_request request = section_with(8, 0x1000, 304, row.fields);
-        expect_conversion(request);
-        EXPECT_EQ(second_opinion::convert(request).err, warning);
-        EXPECT_EQ(packets_of(second_opinion::convert(request).module), row.packets);
-    }
-}
-
 TEST(Packets, ACutThatLeavesNothingEndsTheRun) {
     const std::pair<coff_reloc, std::size_t> rows[] = {
         {{.vaddr = 300, .type = byte8}, 304},

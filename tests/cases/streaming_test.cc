@@ -34,15 +34,6 @@ TEST(Streaming, ContentsAreNotHeldInMemory) {
 }
 #endif
 
-TEST(Streaming, AFileThatMayNotGrowIsAFailedWrite) {
-    const wide_shop shop(100000);
-    for (const char* form : {"-p=1024", "-fc"}) {
-        const run_result run = shop.run({form, "-o=out.bin", "app.out"}, {.file_bytes = 70000});
-        EXPECT_EQ(run.status, 1);
-        EXPECT_EQ(run.err, "ERROR: Cannot write to file out.bin\n");
-    }
-}
-
 TEST(Streaming, NobodyHasToReadTheBanner) {
     const workshop shop;
     shop.write("app.out", small_image().data());

@@ -1,11 +1,12 @@
 #!/usr/bin/python3
 """Runs every command of the companions on files made to confuse them, and judges whatever they print.
 
-usage: hostile_runs.py PROGRAMS SOURCES [COUNT]
+usage: hostile_runs.py PROGRAMS SOURCES [COUNT [MEGABYTES]]
 
 COUNT linked files of the fuzz corpus (HOSTILE_RUNS in the environment has precedence), and modules made of them, with
 names that end strings, tags, pages and terminals' patience, and sections over each other; every third module has words
-changed under right checksums, and most linked files are broken, too, before coffdump sees them.
+changed under right checksums, and most linked files are broken, too, before coffdump sees them. MEGABYTES: the memory
+of a run.
 """
 import array
 import json
@@ -13,6 +14,7 @@ import os
 import pathlib
 import random
 import re
+import resource
 import struct
 import subprocess
 import sys
@@ -115,8 +117,8 @@ def broken(rng, image):
 
 
 class Judge:
-    def __init__(self, programs, sources, room):
-        self.programs, self.room, self.runs, self.faults = programs, room, 0, []
+    def __init__(self, programs, sources, room, memory):
+        self.programs, self.room, self.memory, self.runs, self.faults = programs, room, memory, 0, []
         self.schemas = {path.name.split(".")[0]: json.loads(path.read_text("ascii"))
                         for path in pathlib.Path(sources, "docs").glob("*.schema.json")}
 
@@ -128,7 +130,8 @@ class Judge:
         self.runs += 1
         try:
             done = subprocess.run([f"{self.programs}/{words[0]}", *words[1:]], cwd=self.room, capture_output=True,
-                                  timeout=60, check=False)
+                                  timeout=60, check=False,
+                                  preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (self.memory, self.memory)))
         except subprocess.TimeoutExpired:
             return self.fault("hangs", words)
         if done.returncode not in (0, 1, 2):
@@ -220,7 +223,8 @@ def main():
     count = int(os.environ.get("HOSTILE_RUNS") or (sys.argv[3:] or ["30"])[0])
     rng = random.Random(1)
     with tempfile.TemporaryDirectory() as room:
-        judge = Judge(os.path.abspath(programs), sources, room)
+        memory = int(sys.argv[4]) << 20 if len(sys.argv) > 4 else resource.RLIM_INFINITY
+        judge = Judge(os.path.abspath(programs), sources, room, memory)
         samples = [path.read_bytes() for path in sorted(pathlib.Path(sources, "fuzz/corpus/coff_reader").iterdir())]
         for name in ("base.out", "base.vlm"):
             judge.write(name, pathlib.Path(sources, "examples", name.replace("base", "audio")).read_bytes())

@@ -6,6 +6,7 @@
 
 #include "format/limits.h"
 #include "format/reloc_types.h"
+#include "format/storage_classes.h"
 #include "format/targets.h"
 
 namespace {
@@ -46,11 +47,15 @@ TEST(Facts, LimitsAreTheSame) {
         EXPECT_EQ(row.first, row.second) << "row " << &row - rows;
 }
 
-TEST(Facts, TargetsAreTheSame) {
+TEST(Facts, TargetsAndClassesAreTheSame) {
     for (std::uint32_t id = 0; id < 0x10000; ++id)
         ASSERT_EQ(so::unit_width(static_cast<std::uint16_t>(id)),
                   static_cast<std::uint32_t>(target_width(static_cast<std::uint16_t>(id))))
             << id;
+    for (int sclass = -128; sclass < 128; ++sclass) {
+        EXPECT_EQ(so::is_kept_class(sclass), is_accepted_class(sclass)) << sclass;
+        EXPECT_EQ(so::is_kept_class(sclass) && so::is_external_class(sclass), is_external_class(sclass)) << sclass;
+    }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // velmdump through its command line, on modules that the second opinion makes.
 #include <gmock/gmock.h>
 
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -154,31 +155,27 @@ TEST_F(Velmdump, EveryCommandJudgesItsFileFirst) {
     const support::bytes sound = support::read_file(files.file("app.vlm"));
     files.write("cut.vlm", support::bytes(sound.begin(), sound.end() - 40));
     files.write("other", std::string(4096, 'x'));
-    for (const std::string command :
-         {"show", "check", "exports", "imports", "diff", "size", "symbols", "extract", "convert", "map"}) {
-        std::vector<std::string> rest;
-        if (command == "diff")
-            rest = {"app.vlm"};
-        else if (command == "extract")
-            rest = {".text", "-o", "-"};
-        else if (command == "convert" || command == "map")
-            rest = {"-o", "-"};
-        rest.insert(rest.begin(), {command, "other"});
+    for (const std::string command : {"show", "check", "exports", "imports", "diff app.vlm", "size", "symbols",
+                                      "extract .text -o -", "convert -o -", "map -o -"}) {
+        SCOPED_TRACE(command);
+        std::istringstream words(command);
+        std::vector<std::string> rest(std::istream_iterator<std::string>(words), {});
+        rest.insert(rest.begin() + 1, "other");
         const run_result other = run(rest);
-        EXPECT_EQ(other.status, 1) << command;
-        EXPECT_EQ(other.out, "") << command;
+        EXPECT_EQ(std::pair(other.status, other.out), std::pair(1, std::string()));
         EXPECT_EQ(other.err, "velmdump: other: not a VELM module: neither its byte-order word nor a checksum of its "
                              "header is in place\n");
         rest[1] = "cut.vlm";
         const run_result cut = run(rest);
-        EXPECT_EQ(cut.status, 1) << command;
-        const char* words = command == "show"
-                                ? "VELM module cut.vlm (binary, little-endian writer)\n  checks       UNSOUND"
-                            : command == "check" ? "cut.vlm: offset"
-                                                 : "";
-        EXPECT_EQ(cut.out.rfind(words, 0), 0U) << cut.out;
-        EXPECT_EQ(cut.out.empty(), *words == 0) << command;
-        EXPECT_EQ(cut.err.find("velmdump: cut.vlm: unsound module: ") == 0, *words == 0) << cut.err;
+        EXPECT_EQ(cut.status, 1);
+        const bool tells = command == "show" || command == "check";  // what is wrong, as its result
+        EXPECT_THAT(cut.out,
+                    ::testing::StartsWith(
+                        command == "show" ? "VELM module cut.vlm (binary, little-endian writer)\n  checks       UNSOUND"
+                        : command == "check" ? "cut.vlm: offset"
+                                             : ""));
+        EXPECT_EQ(cut.out.empty(), !tells);
+        EXPECT_EQ(cut.err.starts_with("velmdump: cut.vlm: unsound module: "), !tells) << cut.err;
     }
 }
 
