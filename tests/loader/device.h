@@ -18,17 +18,18 @@ namespace loader {
 
 using namespace support;
 
-/// The module that modforge makes of a linked program.
-inline bytes converted(const std::string& input) {
+/// The module that modforge makes with these arguments.
+inline bytes converted(std::vector<std::string> arguments) {
     const temporary_directory room;
-    const run_result run = run_program({MODFORGE_PROGRAM, "-o=" + room.file("m"), input});
+    arguments.insert(arguments.begin(), {MODFORGE_PROGRAM, "-o=" + room.file("m")});
+    const run_result run = run_program(arguments);
     EXPECT_EQ(run.status, 0) << run.err;
     return read_file(room.file("m"));
 }
 
 inline bytes converted(const coff_image& image) {
     const temporary_directory room;
-    return converted(room.write("app.out", image.data()));
+    return converted({room.write("app.out", image.data())});
 }
 
 inline std::string text(const char* name) {
@@ -37,12 +38,8 @@ inline std::string text(const char* name) {
 
 /// The example that docs/module-format.md works out, little-endian.
 inline bytes worked_example() {
-    const temporary_directory room;
     const std::string examples = MODFORGE_SOURCE_DIR "/examples/";
-    const run_result run = run_program(
-        {MODFORGE_PROGRAM, "-e=" + examples + "blink.entries", "-o=" + room.file("m"), examples + "blink.out"});
-    EXPECT_EQ(run.status, 0) << run.err;
-    const bytes module = read_file(room.file("m"));
+    const bytes module = converted({"-e=" + examples + "blink.entries", examples + "blink.out"});
     return order_of(module) == byte_order::little ? module : byte_swapped(module);
 }
 

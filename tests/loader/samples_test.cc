@@ -153,7 +153,7 @@ INSTANTIATE_TEST_SUITE_P(All, LoaderSamples, testing::Values("sensor", "audio", 
 TEST_P(LoaderSamples, ArriveAsLinkedAndMoved) {
     const std::string path = samples + '/' + GetParam() + ".out";
     const program linked(path);
-    const bytes module = converted(path);
+    const bytes module = converted({path});
     const auto entry = std::find_if(linked.input().symbols.begin(), linked.input().symbols.end(),
                                     [](const auto& s) { return s.name == "__DLStart"; });
     for (const bool swapped : {false, true}) {

@@ -50,9 +50,7 @@ pipe_ends make_pipe() {
         const rlimit size{settings.file_bytes, settings.file_bytes};
         setrlimit(RLIMIT_FSIZE, &size);
     }
-    if (settings.output == output_goes::nowhere_closed)
-        close(STDOUT_FILENO);
-    if (settings.output == output_goes::to_nobody) {
+    if (settings.reader_is_gone) {
         const pipe_ends none = make_pipe();
         close(none.read_end);
         dup2(none.write_end, STDOUT_FILENO);

@@ -18,16 +18,13 @@ struct run_result {
     bool timed_out = false;
 };
 
-/// Where a program's standard output goes.
-enum class output_goes { to_result, nowhere_closed, to_nobody };  ///< to_nobody: a pipe that has lost its reader
-
 struct run_settings {
-    std::string directory = {};  ///< working directory; the test's own when empty
-    std::string input = {};      ///< standard input, up to 64 KiB
-    int seconds = 20;            ///< a program still running after that is killed
-    std::size_t megabytes = 0;   ///< limit of its address space; 0: none (sanitizers need none)
-    std::size_t file_bytes = 0;  ///< limit of the size of its files; 0: none
-    output_goes output = output_goes::to_result;
+    std::string directory = {};   ///< working directory; the test's own when empty
+    std::string input = {};       ///< standard input, up to 64 KiB
+    int seconds = 20;             ///< a program still running after that is killed
+    std::size_t megabytes = 0;    ///< limit of its address space; 0: none (sanitizers need none)
+    std::size_t file_bytes = 0;   ///< limit of the size of its files; 0: none
+    bool reader_is_gone = false;  ///< its standard output is a pipe that nobody reads any more
 };
 
 /// Runs argv[0], a path (no PATH search), with the arguments behind it. Throws std::system_error

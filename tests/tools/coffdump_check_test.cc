@@ -78,6 +78,13 @@ std::multiset<std::string> warnings_of(const std::string& err) {
     return result;
 }
 
+/// Of address space, for inputs of some kilobytes; sanitizers take all there is.
+#ifdef MODFORGE_SANITIZED
+constexpr std::size_t megabytes = 0;
+#else
+constexpr std::size_t megabytes = 33;
+#endif
+
 class CoffdumpCheck : public ::testing::Test {
 protected:
     run_result coffdump(const std::string& command, const std::vector<std::string>& modforge_arguments) {
@@ -90,7 +97,7 @@ protected:
             else if (argument == "-s" || argument == "-c" || argument.rfind("-p=", 0) == 0)
                 arguments.push_back(argument == "-s" || argument == "-c" ? argument : "-p" + argument.substr(3));
         }
-        return support::run_program(arguments, {.directory = shop.path("")});
+        return support::run_program(arguments, {.directory = shop.path(""), .megabytes = megabytes});
     }
 
     /// Every symbol that the module shows under a name, and how often.
@@ -137,7 +144,7 @@ protected:
     /// `refusals` counts the inputs that modforge refuses.
     void expect_agreement(const conversion_request& request, unsigned& refusals) {
         const std::vector<std::string> arguments = cases::prepare(shop, request);
-        const run_result made = shop.run(arguments);
+        const run_result made = shop.run(arguments, {.megabytes = megabytes});
         const run_result check = coffdump("check", arguments);
         ASSERT_EQ(check.err, "");
         ASSERT_EQ(check.status, made.status) << made.err << check.out;
