@@ -130,6 +130,32 @@ TEST(EntriesFiles, MissingSymbolsAreListedByBucket) {
     expect_conversion(request);
 }
 
+// An entry is found when the question was asked about its symbol, which is not the same as the symbol's being there.
+TEST(EntriesFiles, AreFoundWhereTheQuestionIsAsked) {
+    const std::tuple<const char*, bool, bool> rows[] = {
+        {"_imported", false, true},       // kept for its relocation, asked about when it was named
+        {"_imported", true, false},       // undefined: -s does not ask
+        {"_referenced", false, true},     // not external, but a relocation keeps it
+        {"_unreferenced", false, false},  // neither external nor kept
+        {"__DLStart", false, false},      // kept for its relocation, and its name is never in question
+        {"__DLStart", true, true},
+    };
+    coff_image image;
+    image.symbols = {{.name = "_imported", .scnum = 0},
+                     {.name = "_referenced", .sclass = 3},
+                     {.name = "__DLStart"},
+                     {.name = "_unreferenced", .sclass = 3}};
+    image.sections = {{.contents = bytes(12), .relocs = {{0, 17, 0}, {4, 17, 1}, {8, 17, 2}}}};
+    conversion_request request = request_for(image);
+    for (const auto& [entry, symbols_only, found] : rows) {
+        SCOPED_TRACE(std::string(entry) + (symbols_only ? " with -s" : ""));
+        request.entries = {entry};
+        request.symbols_only = symbols_only;
+        EXPECT_EQ(second_opinion::convert(request).err, found ? "" : missing("Symbol", entry) + "\n\n");
+        expect_conversion(request);
+    }
+}
+
 // 255 characters are the most that a token has; a longer name can only be met by a prefix or by its section.
 TEST(EntriesFiles, TheLongestTokenNamesOneSymbol) {
     const std::string name(255, 'x');
