@@ -63,7 +63,8 @@ void COFF_FILE::dump_strings(std::FILE* out) {
     for (std::uint32_t offset = strtab_length_word; offset < strtab_size_;) {
         const char* const text = strtab_ + offset;
         const std::size_t length = strnlen(text, strtab_size_ - offset);
-        std::fprintf(out, "  %8u%s%s\n", offset, length == 0 ? "" : "  ", printable(text, length).c_str());
+        std::fprintf(out, "  %8u%s", offset, length == 0 ? "" : "  ");
+        print_to_end(out, {text, length});
         offset += static_cast<std::uint32_t>(length) + 1;
     }
 }

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -12,6 +13,9 @@ std::string printable(const char* text, std::size_t length);
 std::string printable(const char* text);
 /// The same, and "" between quotes where there is nothing: for places where nothing would not be seen.
 std::string shown_name(std::string_view name);
+/// Prints a text of any length as printable gives it, and ends the line; a last blank, which nobody would see, becomes
+/// "\x20".
+void print_to_end(std::FILE* out, std::string_view text);
 
 /// The same with the characters that mean something in XML as entities: fit for an attribute or an element.
 std::string xml_text(const char* text, std::size_t length);

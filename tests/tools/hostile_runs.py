@@ -144,10 +144,9 @@ class Judge:
     @staticmethod
     def judge_text(out, _schema):
         text = out.decode("latin-1")
-        for pattern, what in ((r"[^\n -~]", "raw byte"), (r"[^\n]\Z", "no last line break"),
-                              (r"(?m)^(?! +\d+  ).*[ \t]$", "trailing blank"),  # but a name in a list of strings may have one
+        for pattern, what in ((r"[^\n -~]", "raw byte"), (r"[ \t]+\n", "trailing blank"), (r"[^\n]\Z", "no last line break"),
                               (r"\b0x[0-9A-F]*[a-f]", "small hex digit"),
-                              (r"(?<![\w.,:/+-])1 (?!class|address|nameless|has|\w+ \d|(relocations|line numbers) of)[a-z]+s\b",
+                              (r"(?<![\w.,:/+-])1 (?!class|address|nameless|has|lies|\w+ \d|(relocations|line numbers) of)[a-z]+s\b",
                                "plural of one")):
             if found := re.search(pattern, text):
                 yield f"{what} in {text[max(0, found.start() - 60):found.end() + 60]!r}"

@@ -11,9 +11,17 @@ namespace {
 
 constexpr std::size_t flush_size = 1U << 16;
 
-/// Whether the text can stand between quotes as it is.
-bool is_plain(std::string_view text) {
-    return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
+/// What keeps a text from standing between quotes as it is.
+enum class escapes { none, backslashes, more };
+
+escapes escapes_of(std::string_view text) {
+    bool marks = false;  // both without a branch: texts come by the gigabyte
+    bool more = false;
+    for (const char c : text) {
+        marks |= c == '"' || c == '\\';
+        more |= c < ' ' || c > '~';
+    }
+    return more ? escapes::more : marks ? escapes::backslashes : escapes::none;
 }
 
 bool is_utf8(std::string_view text) {
@@ -23,6 +31,14 @@ bool is_utf8(std::string_view text) {
     } catch (const nlohmann::json::exception&) {
         return false;
     }
+}
+
+/// As many bytes from the start as are worked on at once; no character is cut in two.
+std::string_view first_piece(std::string_view text) {
+    std::size_t size = std::min(flush_size, text.size());
+    for (int i = 0; i < 3 && size < text.size() && (text[size] & 0xC0) == 0x80; ++i)
+        --size;
+    return text.substr(0, size);
 }
 
 }  // namespace
@@ -68,14 +84,43 @@ void json_writer::put_number(std::int64_t number) {
 }
 
 void json_writer::put_string(std::string_view text) {
-    if (is_plain(text)) {
-        waiting_.append("\"").append(text).append("\"");
+    waiting_ += '"';
+    while (!text.empty()) {
+        const std::string_view piece = first_piece(text);
+        put_piece(piece);
+        text.remove_prefix(piece.size());
+        if (!text.empty())
+            flush();
+    }
+    waiting_ += '"';
+}
+
+void json_writer::put_piece(std::string_view text) {
+    const escapes own = escapes_of(text);
+    if (own == escapes::none) {
+        waiting_ += text;
+        return;
+    }
+    if (own == escapes::backslashes) {
+        put_with_backslashes(text);
         return;
     }
     std::string escaped = nlohmann::json(text).dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
     for (std::size_t at = 0; (at = escaped.find('\x7F', at)) != std::string::npos;)
         escaped.replace(at, 1, "\\u007f");
-    waiting_ += escaped;
+    waiting_.append(escaped, 1, escaped.size() - 2);
+}
+
+void json_writer::put_with_backslashes(std::string_view text) {
+    const std::size_t start = waiting_.size();
+    waiting_.resize(start + 2 * text.size());
+    char* end = waiting_.data() + start;
+    for (const char c : text) {
+        *end = '\\';
+        end += c == '"' || c == '\\';
+        *end++ = c;
+    }
+    waiting_.resize(static_cast<std::size_t>(end - waiting_.data()));
 }
 
 void json_writer::member(std::string_view key, std::string_view text) {
@@ -102,6 +147,12 @@ void json_writer::hex(std::string_view key, const unsigned char* bytes, std::siz
 
 void json_writer::name(std::string_view key, std::string_view name) {
     member(key, name);
-    if (!is_plain(name) && !is_utf8(name))
-        hex(std::string(key) + "_hex", reinterpret_cast<const unsigned char*>(name.data()), name.size());
+    for (std::string_view rest = name; !rest.empty();) {
+        const std::string_view piece = first_piece(rest);
+        if (escapes_of(piece) == escapes::more && !is_utf8(piece)) {
+            hex(std::string(key) + "_hex", reinterpret_cast<const unsigned char*>(name.data()), name.size());
+            return;
+        }
+        rest.remove_prefix(piece.size());
+    }
 }

@@ -46,6 +46,8 @@ private:
     void begin_item(std::string_view key);
     void put_number(std::int64_t number);
     void put_string(std::string_view text);
+    void put_piece(std::string_view text);
+    void put_with_backslashes(std::string_view text);
     void flush();
 
     std::FILE* out_;

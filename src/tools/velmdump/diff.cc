@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <initializer_list>
 
 #include "tools/common/text_forms.h"
 #include "tools/velmdump/diff_names.h"
@@ -18,7 +19,7 @@ namespace {
 class module_diff {
 public:
     module_diff(const velm_module& a, const velm_module& b, const std::function<void(const difference&)>& tell)
-        : a_(a), b_(b), tell_(tell) {
+        : a_(a), b_(b), names_a_(a), names_b_(b), tell_(tell) {
         symbol_numbers numbers;
         numbers_a_ = numbers.of(a);
         numbers_b_ = numbers.of(b);
@@ -33,10 +34,10 @@ public:
         number("target", a_.header.target_id, b_.header.target_id);
         number("file flags", a_.header.flags, b_.header.flags);
         number("entry point", a_.header.entry_point, b_.header.entry_point);
-        const auto entry = [](const velm_module& m) {
-            return section_label(m, static_cast<std::int16_t>(m.header.entry_scn));
+        const auto entry = [](brief_names& names) {
+            return section_label(names, static_cast<std::int16_t>(names.module().header.entry_scn));
         };
-        words("entry section", entry(a_), entry(b_));
+        words("entry section", entry(names_a_), entry(names_b_));
         if (!ignore_stamp)
             number("time stamp", a_.verify.timestamp, b_.verify.timestamp);
     }
@@ -69,8 +70,8 @@ public:
         pair_up(by_name(a_, offsets(a_)), by_name(b_, offsets(b_)), [this](const auto& in_a, const auto& in_b) {
             if (in_a.empty() || in_b.empty())
                 return only_in(in_b.empty());
-            const std::string facts_a = symbol_facts(a_, in_a);
-            const std::string facts_b = symbol_facts(b_, in_b);
+            const std::string facts_a = symbol_facts(names_a_, in_a);
+            const std::string facts_b = symbol_facts(names_b_, in_b);
             if (facts_a != facts_b)
                 line("%s, %s", facts_a.c_str(), facts_b.c_str());
         });
@@ -85,6 +86,10 @@ private:
         va_start(args, format);
         std::vsnprintf(text, sizeof text, format, args);
         va_end(args);
+        tell(text);
+    }
+
+    void tell(std::string_view text) {
         tell_({part_, name_, text});
         ++lines_;
     }
@@ -117,14 +122,14 @@ private:
         name_ = {};
     }
 
-    static std::string symbol_facts(const velm_module& module, const std::vector<std::uint32_t>& indices) {
+    static std::string symbol_facts(brief_names& names, const std::vector<std::uint32_t>& indices) {
         constexpr std::size_t most = 10;
         std::string facts;
         for (std::size_t i = 0; i < std::min(indices.size(), most); ++i) {
-            const velm_symbol_record& symbol = module.symbols[indices[i]];
+            const velm_symbol_record& symbol = names.module().symbols[indices[i]];
             char text[64];
             std::snprintf(text, sizeof text, "0x%08X class %u in ", symbol.value, symbol.storage_class);
-            facts += (facts.empty() ? "" : " and ") + (text + section_label(module, symbol.section));
+            facts += (facts.empty() ? "" : " and ") + (text + section_label(names, symbol.section));
         }
         return indices.size() > most ? facts + " and " + counted(indices.size() - most, "other") : facts;
     }
@@ -138,7 +143,7 @@ private:
         if (a.width != b.width)
             line("address units of %d bits, %d bits", a.width, b.width);
         contents(a, b);
-        relocs({a_, a, numbers_a_}, {b_, b, numbers_b_});
+        relocs({names_a_, a, numbers_a_}, {names_b_, b, numbers_b_});
     }
 
     /// A line for each run of bytes that differ; runs less than 8 bytes apart count as one.
@@ -190,8 +195,7 @@ private:
                 b.next();
             } else {
                 if (!a.same_as(b))
-                    line("relocation at %s: (%s), (%s)", hex_place(place_a).c_str(), a.words().c_str(),
-                         b.words().c_str());
+                    tell_reloc(place_a, {": (", a.words(), "), (", b.words(), ")"});
                 a.next();
                 b.next();
             }
@@ -199,24 +203,34 @@ private:
     }
 
     void reloc_line(const reloc_cursor& at, const char* which) {
-        line("relocation at %s (%s): only in the %s", hex_place(at.place()).c_str(), at.words().c_str(), which);
+        tell_reloc(at.place(), {" (", at.words(), "): only in the ", which});
+    }
+
+    /// There may be millions: the line is put together in the room of the last one.
+    void tell_reloc(std::int64_t place, std::initializer_list<std::string_view> what) {
+        reloc_line_.assign("relocation at ").append(hex_place(place));
+        for (const std::string_view part : what)
+            reloc_line_ += part;
+        tell(reloc_line_);
     }
 
     const velm_module& a_;
     const velm_module& b_;
+    brief_names names_a_;
+    brief_names names_b_;
     const std::function<void(const difference&)>& tell_;
     std::vector<std::uint32_t> numbers_a_;
     std::vector<std::uint32_t> numbers_b_;
     const char* part_ = "module";
     std::string_view name_;
+    std::string reloc_line_;
     unsigned long lines_ = 0;
 };
 
 }  // namespace
 
-std::string difference_words(const difference& d) {
-    return d.name.empty() && d.part == std::string_view("module") ? d.text
-                                                                  : d.part + (" " + brief(d.name)) + ": " + d.text;
+std::string subject_words(const difference& d) {
+    return d.name.empty() && d.part == std::string_view("module") ? "" : d.part + (" " + brief(d.name)) + ": ";
 }
 
 unsigned long diff_modules(const velm_module& a, const velm_module& b, bool ignore_stamp,

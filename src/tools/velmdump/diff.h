@@ -12,11 +12,11 @@
 struct difference {
     const char* part;       ///< "module", "section" or "symbol"
     std::string_view name;  ///< of the section or symbol, as it stands in the module
-    std::string text;       ///< printable
+    std::string_view text;  ///< printable; gone when the next difference is found
 };
 
-/// "section .text: byte 0x3 differs".
-std::string difference_words(const difference& d);
+/// "section .text: ", to stand before the text; empty for the module.
+std::string subject_words(const difference& d);
 
 /// Hands over each difference in header, sections, symbols, relocations and contents of two sound modules; how the same
 /// contents are cut into packets, numbered or summed does not count. Returns how many there were.

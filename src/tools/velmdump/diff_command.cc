@@ -17,9 +17,31 @@ struct arguments {
     bool json = false;
 };
 
+/// Whether a difference is the first of its section, symbol or module; those of one stand together.
+class subjects {
+public:
+    bool begins(const difference& d) {
+        const bool same = d.part == part_ && d.name.data() == name_.data() && d.name.size() == name_.size();
+        part_ = d.part;
+        name_ = d.name;
+        return !same;
+    }
+
+private:
+    const char* part_ = nullptr;
+    std::string_view name_;
+};
+
 unsigned long print_lines(const module_file& a, const module_file& b, bool ignore_stamp) {
-    return diff_modules(a.module, b.module, ignore_stamp,
-                        [](const difference& d) { std::printf("%s\n", difference_words(d).c_str()); });
+    subjects told;
+    std::string subject;
+    return diff_modules(a.module, b.module, ignore_stamp, [&](const difference& d) {
+        if (told.begins(d))
+            subject = subject_words(d);
+        std::fwrite(subject.data(), 1, subject.size(), stdout);
+        std::fwrite(d.text.data(), 1, d.text.size(), stdout);
+        std::putchar('\n');
+    });
 }
 
 unsigned long print_json(const module_file& a, const module_file& b, bool ignore_stamp) {
@@ -28,14 +50,27 @@ unsigned long print_json(const module_file& a, const module_file& b, bool ignore
     json.name("first", a.path);
     json.name("second", b.path);
     json.begin_array("differences");
-    const unsigned long lines = diff_modules(a.module, b.module, ignore_stamp, [&json](const difference& d) {
-        json.begin_object();
-        json.member("part", d.part);
-        if (d.part != std::string_view("module"))
-            json.name("name", d.name);
-        json.member("text", d.text);
+    subjects told;
+    bool open = false;
+    const auto close = [&] {
+        if (!open)
+            return;
+        json.end_array();
         json.end_object();
+    };
+    const unsigned long lines = diff_modules(a.module, b.module, ignore_stamp, [&](const difference& d) {
+        if (told.begins(d)) {
+            close();
+            open = true;
+            json.begin_object();
+            json.member("part", d.part);
+            if (d.part != std::string_view("module"))
+                json.name("name", d.name);
+            json.begin_array("texts");
+        }
+        json.member({}, d.text);
     });
+    close();
     json.end_array();
     json.member("same", lines == 0);
     json.end_object();

@@ -1,6 +1,7 @@
 // Words for flags, sections, symbols and relocations, for listings and messages alike.
 #include "tools/velmdump/module_words.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "format/module_format.h"
@@ -8,9 +9,22 @@
 #include "tools/common/text_forms.h"
 
 std::string brief(std::string_view name, std::size_t most) {
-    if (name.size() <= most)
-        return shown_name(name);
-    return printable(name.substr(0, most)) + "... (" + counted(name.size(), "byte") + ")";
+    const std::string text = shown_name(name.substr(0, most));
+    if (name.size() <= most && text.size() <= most)
+        return text;
+    std::size_t end = 0;
+    for (std::size_t next = 0; next <= std::min(most, text.size());) {
+        end = next;  // between two characters of the name
+        next += text[next] != '\\' ? 1 : text[next + 1] == '\\' ? 2 : 4;
+    }
+    return text.substr(0, end) + "... (" + counted(name.size(), "byte") + ")";
+}
+
+const std::string& brief_names::at(std::uint32_t name_offset) {
+    known_name& known = last_[(name_offset * 0x9E3779B9U) >> 16];
+    if (known.offset != name_offset || known.words.empty())
+        known = {name_offset, brief(module_.string(name_offset))};
+    return known.words;
 }
 
 std::string flag_words(std::uint16_t flags) {
@@ -26,22 +40,23 @@ std::string flag_words(std::uint16_t flags) {
     return words;
 }
 
-std::string section_label(const velm_module& module, int number) {
-    if (number > 0 && static_cast<std::size_t>(number) <= module.sections.size())
-        return brief(module.name(module.sections[static_cast<std::size_t>(number) - 1]));
+std::string section_label(brief_names& names, int number) {
+    const std::vector<section_place>& sections = names.module().sections;
+    if (number > 0 && static_cast<std::size_t>(number) <= sections.size())
+        return names.at(sections[static_cast<std::size_t>(number) - 1].header.name_offset);
     return number == 0 ? "undefined" : number == -1 ? "absolute" : "section " + std::to_string(number);
 }
 
-std::string symbol_label(const velm_module& module, std::uint32_t index, index_words indices) {
-    if (index >= module.symbols.size())
+std::string symbol_label(brief_names& names, std::uint32_t index, index_words indices) {
+    if (index >= names.module().symbols.size())
         return "symbol " + std::to_string(index);
-    const velm_symbol_record& symbol = module.symbols[index];
+    const velm_symbol_record& symbol = names.module().symbols[index];
     if (velm_module::is_named(symbol))
-        return brief(module.name(symbol));
+        return names.at(symbol.name_offset);
     char text[64];
     std::snprintf(text, sizeof text, "0x%08X in ", symbol.value);
     const std::string own = indices == index_words::with ? "symbol " + std::to_string(index) + " at " : "";
-    return own + text + section_label(module, symbol.section);
+    return own + text + section_label(names, symbol.section);
 }
 
 std::string field_words(const reloc_record& rec) {
@@ -56,7 +71,7 @@ std::string field_words(const reloc_record& rec) {
     return text;
 }
 
-std::string reloc_operand_words(const velm_module& module, const reloc_record& rec, index_words indices) {
+std::string reloc_operand_words(brief_names& names, const reloc_record& rec, index_words indices) {
     char text[80] = "";
     if (is_field_reloc(rec.r_type))
         return field_words(rec);
@@ -65,7 +80,7 @@ std::string reloc_operand_words(const velm_module& module, const reloc_record& r
         std::snprintf(text, sizeof text, "constant 0x%08X", rec.r_symndx);
         words = text;
     } else if (is_sym_reloc(rec.r_type, rec.r_symndx)) {
-        words = symbol_label(module, rec.r_symndx, indices);
+        words = symbol_label(names, rec.r_symndx, indices);
     } else if (rec.r_symndx != no_symbol) {
         std::snprintf(text, sizeof text, "word 0x%08X", rec.r_symndx);
         words = text;

@@ -5,29 +5,49 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "tools/velmdump/velm_module.h"
 
-/// The name in printable form; one of more than `most` bytes is cut, and its length said: thousands of symbols may share
-/// the longest name that the string table can hold.
+/// The name in printable form; if that takes more than `most` characters, it is cut, and the name's length said:
+/// thousands of symbols may share the longest name that the string table can hold.
 std::string brief(std::string_view name, std::size_t most = 255);
+
+/// Names of a module in brief form, by their places in its string table. Those that were asked for last are at hand:
+/// millions of relocations may refer to a few symbols with long names. The module must outlive it.
+class brief_names {
+public:
+    explicit brief_names(const velm_module& module) : module_(module), last_(1U << 16) {}
+
+    [[nodiscard]] const velm_module& module() const { return module_; }
+    /// Valid until the next call.
+    const std::string& at(std::uint32_t name_offset);
+
+private:
+    struct known_name {
+        std::uint32_t offset = 0;
+        std::string words = {};  ///< empty for none
+    };
+
+    const velm_module& module_;
+    std::vector<known_name> last_;
+};
 
 /// The section's flags in words: "code", "relocated", "contents", "aligned to 2^n".
 std::string flag_words(std::uint16_t flags);
 
 /// The section's name, or "undefined", "absolute", "section -2" for a number that is none.
-std::string section_label(const velm_module& module, int number);
+std::string section_label(brief_names& names, int number);
 
 /// Whether nameless symbols are told with their index, which changes from module to module.
 enum class index_words { with, without };
 
 /// The symbol's name; for a nameless one its index, value and section.
-std::string symbol_label(const velm_module& module, std::uint32_t index, index_words indices = index_words::with);
+std::string symbol_label(brief_names& names, std::uint32_t index, index_words indices = index_words::with);
 
 /// What the relocation's words say beside its place and type: "_printf, displacement 0x0004"; "5 bits at bit 3 of 16"
 /// for a field that the record describes; "constant 0x00000001". Empty when they say nothing.
-std::string reloc_operand_words(const velm_module& module, const reloc_record& rec,
-                                index_words indices = index_words::with);
+std::string reloc_operand_words(brief_names& names, const reloc_record& rec, index_words indices = index_words::with);
 
 /// "16 bits at bit 0 of 32": the field that a relocation changes; empty for a type without one.
 std::string field_words(const reloc_record& rec);

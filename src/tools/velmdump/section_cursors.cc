@@ -6,7 +6,6 @@
 
 #include "coff/listing_text.h"
 #include "format/reloc_types.h"
-#include "tools/velmdump/module_words.h"
 
 content_cursor::content_cursor(const velm_module& module, const section_place& section)
     : module_(module), packet_(module.packets(section).begin()) {
@@ -28,9 +27,8 @@ void content_cursor::settle() {
         bytes_ = {reinterpret_cast<const char*>(&module_.raw.bytes[packet_->data()]), packet_->header.data_size};
 }
 
-reloc_cursor::reloc_cursor(const velm_module& module, const section_place& section,
-                           const std::vector<std::uint32_t>& numbers)
-    : module_(module), section_(section), numbers_(numbers), packet_(module.packets(section).begin()) {
+reloc_cursor::reloc_cursor(brief_names& names, const section_place& section, const std::vector<std::uint32_t>& numbers)
+    : names_(names), section_(section), numbers_(numbers), packet_(names.module().packets(section).begin()) {
     settle();
 }
 
@@ -49,8 +47,8 @@ bool reloc_cursor::same_as(const reloc_cursor& other) const {
 }
 
 std::string reloc_cursor::words() const {
-    const std::string more = reloc_operand_words(module_, record_, index_words::without);
-    return reloc_type_words(record_.r_type) + (more.empty() ? "" : ", ") + more;
+    const std::string more = reloc_operand_words(names_, record_, index_words::without);
+    return reloc_type_words(record_.r_type).append(more.empty() ? "" : ", ").append(more);
 }
 
 bool reloc_cursor::refers() const {
@@ -73,5 +71,5 @@ void reloc_cursor::settle() {
         index_ = 0;
     }
     if (packet_ != std::default_sentinel)
-        record_ = module_.reloc(*packet_, index_);
+        record_ = names_.module().reloc(*packet_, index_);
 }

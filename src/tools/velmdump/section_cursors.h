@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/velmdump/module_words.h"
 #include "tools/velmdump/velm_module.h"
 
 /// The bytes of a section, packet after packet. The module must outlive it, and stay where it is.
@@ -31,8 +32,9 @@ private:
 /// The relocations of a section, with places in the section. What it is made from must outlive it.
 class reloc_cursor {
 public:
-    /// `numbers`: for each symbol of the module a number that is the same for the same symbol of another one.
-    reloc_cursor(const velm_module& module, const section_place& section, const std::vector<std::uint32_t>& numbers);
+    /// `names`: those of the module. `numbers`: for each of its symbols a number that is the same for the same symbol of
+    /// another module.
+    reloc_cursor(brief_names& names, const section_place& section, const std::vector<std::uint32_t>& numbers);
 
     [[nodiscard]] bool at_end() const { return packet_ == std::default_sentinel; }
     /// Address units from the start of the section.
@@ -48,7 +50,7 @@ private:
     [[nodiscard]] std::uint32_t word() const;
     void settle();
 
-    const velm_module& module_;
+    brief_names& names_;
     const section_place& section_;
     const std::vector<std::uint32_t>& numbers_;
     packet_range::iterator packet_;

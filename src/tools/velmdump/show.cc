@@ -66,16 +66,16 @@ void show_strings(const velm_module& module, std::FILE* out) {
     std::fputs("Strings\n", out);
     for (std::uint32_t offset = 0; offset < module.strtab_size;) {
         const std::string_view text = module.string(offset);
-        std::fprintf(out, "%8u%s%s\n", offset, text.empty() ? "" : "  ", printable(text).c_str());
+        std::fprintf(out, "%8u%s", offset, text.empty() ? "" : "  ");
+        print_to_end(out, text);
         offset += static_cast<std::uint32_t>(text.size()) + 1;
     }
 }
 
-/// Relocations, a line each. There may be millions: types and names are put into words once.
+/// Relocations, a line each. There may be millions: types and names are seldom put into words anew.
 class reloc_printer {
 public:
-    reloc_printer(const velm_module& module, std::FILE* out)
-        : module_(module), out_(out), labels_(module.symbols.size()) {}
+    reloc_printer(const velm_module& module, std::FILE* out) : module_(module), out_(out), names_(module) {}
 
     /// Those of a packet whose data starts `start` bytes into its section.
     void print(const section_place& section, const packet_place& packet, std::uint64_t start) {
@@ -111,17 +111,9 @@ private:
         if (is_constant_reloc(rec.r_type))
             line_ += "  constant " + hex_word(rec.r_symndx);
         else if (is_sym_reloc(rec.r_type, rec.r_symndx))
-            line_.append("  ").append(symbol(rec.r_symndx));
+            line_.append("  ").append(symbol_label(names_, rec.r_symndx));
         if (rec.r_disp != 0)
             line_ += "  displacement " + hex_number(rec.r_disp);
-    }
-
-    std::string symbol(std::uint32_t index) {
-        if (index >= labels_.size())
-            return symbol_label(module_, index);
-        if (labels_[index].empty())
-            labels_[index] = symbol_label(module_, index);
-        return labels_[index];
     }
 
     void put_hex(std::uint64_t number, int digits) {
@@ -136,7 +128,7 @@ private:
     std::uint16_t type_ = 0;
     std::string type_and_field_;  ///< of type_
     std::string line_;
-    std::vector<std::string> labels_;  ///< of symbols, once they were needed
+    brief_names names_;
 };
 
 /// Places are run addresses and offsets in the section, both in address units.

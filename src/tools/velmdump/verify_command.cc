@@ -145,7 +145,9 @@ private:
         }
         std::printf("what this means, the given module first and the one made anew second:\n");
         const velm_module made(decode_module(must_));
-        const auto tell = [](const difference& d) { std::printf("%s\n", difference_words(d).c_str()); };
+        const auto tell = [](const difference& d) {
+            std::printf("%s\n", (subject_words(d) + std::string(d.text)).c_str());
+        };
         if (diff_modules(given_.module, made, false, tell) == 0)
             std::printf("nothing: they mean the same\n");
     }
