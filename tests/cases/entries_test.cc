@@ -154,6 +154,13 @@ TEST(EntriesFiles, AreFoundWhereTheQuestionIsAsked) {
         EXPECT_EQ(second_opinion::convert(request).err, found ? "" : missing("Symbol", entry) + "\n\n");
         expect_conversion(request);
     }
+    // Only the pass that is blind to auxiliary entries asks about this entry point, in a section that is marked already.
+    image.symbols = {{.name = "_marks", .aux = {support::aux_section(0, 0, 0)}}, {.name = "__DLStart"}};
+    image.sections[0].relocs = {{0, 17, 2}};
+    request = request_for(image);
+    request.entries = {"_marks __DLStart"};
+    EXPECT_EQ(second_opinion::convert(request).err, "");
+    expect_conversion(request);
 }
 
 // 255 characters are the most that a token has; a longer name can only be met by a prefix or by its section.
