@@ -57,7 +57,8 @@ void use(velm_module module) {
     if (!file.sound())
         return;
     expect_good(file.module);
-    diff_modules(file.module, file.module, false, [](const difference& d) { std::fputs(d.text.c_str(), nowhere()); });
+    diff_modules(file.module, file.module, false,
+                 [](const difference& d) { std::fwrite(d.text.data(), 1, d.text.size(), nowhere()); });
     offered_names offer;
     offer.add(file.module);
     offer.add_lines({'a', '\n'});
