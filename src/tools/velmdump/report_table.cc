@@ -20,7 +20,7 @@ void report_table::separate() {
         std::fputc(',', out_);
 }
 
-void report_table::number(std::int64_t value) {
+void report_table::signed_number(std::int64_t value) {
     separate();
     std::fprintf(out_, "%lld", static_cast<long long>(value));
 }

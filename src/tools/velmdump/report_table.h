@@ -2,6 +2,7 @@
 #ifndef MODFORGE_TOOLS_VELMDUMP_REPORT_TABLE_H
 #define MODFORGE_TOOLS_VELMDUMP_REPORT_TABLE_H
 
+#include <concepts>
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -21,17 +22,18 @@ public:
     report_table(std::FILE* out, const std::string& id, const char* name, const std::vector<column>& columns);
 
     void begin_row();
-    void number(std::int64_t value);
+    void number(std::integral auto value) { signed_number(static_cast<std::int64_t>(value)); }
     /// `value` is valid UTF-8.
     void text(const std::string& value);
     /// A text with a number from text_number.
-    void known_text(std::size_t number) { this->number(static_cast<std::int64_t>(number)); }
+    void known_text(std::size_t number) { this->number(number); }
     std::size_t text_number(const std::string& value);
     void empty_cell();
     /// The end; nothing may be called behind it.
     void finish();
 
 private:
+    void signed_number(std::int64_t value);
     void separate();
 
     std::FILE* out_;
