@@ -2,8 +2,7 @@
 // from it on; a failure is noted in the file REPORT. With N = 0 none fails, and REPORT gets a number for each, which is
 // the same for those that the same innermost calls lead to.
 //
-// Every allocation comes through malloc, that of operator new and of the C library as well. Under a sanitizer, whose
-// malloc it is, only operator new is met.
+// Every allocation comes through malloc, that of operator new and of the C library as well.
 #include <execinfo.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -22,12 +21,8 @@ constinit bool for_ever = false;
 constinit int report = -1;  ///< -1: the program has not begun
 constinit long count = 0;
 
-/// Innermost first, this file's own among them. Sanitizers have no time for more.
-#ifdef MODFORGE_SANITIZED
-constexpr int calls_that_count = 5;
-#else
+/// Innermost first, this file's own among them.
 constexpr int calls_that_count = 6;
-#endif
 
 std::uint64_t number_of_calls() {
     void* frames[calls_that_count];
@@ -68,37 +63,6 @@ bool fails() {
 
 }  // namespace
 
-#ifdef MODFORGE_SANITIZED
-
-void* operator new(std::size_t size) {
-    for (;;) {
-        void* const memory = fails() ? nullptr : std::malloc(size ? size : 1);
-        if (memory)
-            return memory;
-        const std::new_handler handler = std::get_new_handler();
-        if (!handler)
-            throw std::bad_alloc();
-        handler();
-    }
-}
-void* operator new[](std::size_t size) {
-    return operator new(size);
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-
-#else
-
 extern "C" {
 
 void* __libc_malloc(std::size_t size);
@@ -116,5 +80,3 @@ void* realloc(void* memory, std::size_t size) {
 }
 
 }  // extern "C"
-
-#endif
