@@ -35,6 +35,12 @@ chromium            chromium
 gcc-arm-none-eabi   arm-none-eabi-gcc
 '
 
+# What the count of lines and branches needs beyond the tests.
+coverage_needs='
+gcovr    gcovr
+python3  python3
+'
+
 # What the examples' builds need beyond that.
 example_needs='
 make   make
