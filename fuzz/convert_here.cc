@@ -21,6 +21,7 @@
 #include "msg/user_msg.h"
 #include "output/velm_writer.h"
 #include "packets/image_packets.h"
+#include "support/request_options.h"
 #include "survive.h"
 
 namespace {
@@ -76,13 +77,8 @@ std::vector<std::string> arguments;
 void set_options(const conversion_request& request, const std::list<memory_file>& entries, const std::string& output) {
     symbols_only = hex_output_mode = allow_runtime_cinit = 0;
     warn_missing_symbols = 1;
-    arguments = {"modforge", "-o=" + output, "-p=" + std::to_string(request.packet_size)};
-    for (const auto& [chosen, option] : {std::pair{request.symbols_only, "-s"},
-                                         {request.c_text, "-fc"},
-                                         {request.quiet, "-q"},
-                                         {request.keep_cinit, "-c"}})
-        if (chosen)
-            arguments.emplace_back(option);
+    arguments = support::options_of(request);
+    arguments.insert(arguments.begin(), {"modforge", "-o=" + output});
     for (const memory_file& file : entries)
         arguments.push_back("-e=" + file.name());
     arguments.push_back(request.input_name);

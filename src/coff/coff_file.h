@@ -43,8 +43,8 @@ public:
     /// anyone, and then the file is not marked executable), or -1 after a message if it cannot be opened or written; what
     /// was written of it stays. A failure within the symbols ends the run. So does, before the file is opened, what could
     /// not be read back: parts that do not agree with their headers, an optional header of another size than 28, a file
-    /// beyond 2^31 - 1 bytes, or a section name of more than 8 characters without any symbol, since the strings lie behind the symbols. Afterwards
-    /// the contents of the sections are gone.
+    /// beyond 2^31 - 1 bytes, or a section name of more than 8 characters without any symbol, since the strings lie
+    /// behind the symbols. Afterwards the contents of the sections are gone.
     virtual std::int32_t write(const char* path);
 
     /// Steps of read(): all headers; the file header and optional header, from the start of the image; section header

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/request_options.h"
+
 namespace cases {
 namespace {
 
@@ -39,13 +41,8 @@ run_result workshop::run(const std::vector<std::string>& arguments, support::run
 }
 
 std::vector<std::string> prepare(const workshop& shop, const conversion_request& request) {
-    std::vector<std::string> arguments = {"-o=out.bin", "-p=" + std::to_string(request.packet_size)};
-    for (const auto& [chosen, option] : {std::pair{request.symbols_only, "-s"},
-                                         {request.c_text, "-fc"},
-                                         {request.quiet, "-q"},
-                                         {request.keep_cinit, "-c"}})
-        if (chosen)
-            arguments.emplace_back(option);
+    std::vector<std::string> arguments = support::options_of(request);
+    arguments.emplace_back("-o=out.bin");
     for (std::size_t i = 0; i < request.entries.size(); ++i) {
         const std::string name = "names" + std::to_string(i);
         shop.write(name, request.entries[i]);
