@@ -9,13 +9,13 @@
 
 namespace {
 
-constexpr std::pair<std::uint16_t, const char*> flag_names[] = {
+constexpr std::pair<std::uint16_t, const char*> file_flag_names[] = {
     {f_relflg, "RELFLG"}, {f_exec, "EXEC"}, {f_lnno_strip, "LNNO_STRIP"}, {f_lsyms_strip, "LSYMS_STRIP"},
     {f_little, "LITTLE"}, {f_big, "BIG"},   {f_symmerge, "SYMMERGE"},     {f_icode, "ICODE"}};
 
 std::string names_of(std::uint16_t flags) {
     std::string names;
-    for (const auto& [bit, name] : flag_names) {
+    for (const auto& [bit, name] : file_flag_names) {
         if ((flags & bit) != 0)
             names.append(names.empty() ? "" : " ").append(name);
     }

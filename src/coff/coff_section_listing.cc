@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::uint32_t bytes_per_line = 16;
 
-constexpr std::pair<std::uint32_t, const char*> flag_names[] = {
+constexpr std::pair<std::uint32_t, const char*> section_flag_names[] = {
     {s_dummy, "DUMMY"},        {s_noload, "NOLOAD"}, {s_group, "deprecated GROUP"},
     {s_pad, "deprecated PAD"}, {s_copy, "COPY"},     {s_text, "TEXT"},
     {s_data, "DATA"},          {s_bss, "BSS"},       {s_blocked, "BLOCKED"},
@@ -23,7 +23,7 @@ constexpr std::pair<std::uint32_t, const char*> flag_names[] = {
 
 std::string names_of(std::uint32_t flags) {
     std::string names;
-    for (const auto& [bit, name] : flag_names) {
+    for (const auto& [bit, name] : section_flag_names) {
         if ((flags & bit) != 0)
             names.append(names.empty() ? "" : ", ").append(name);
     }

@@ -22,7 +22,7 @@ namespace {
 
 constexpr unsigned fixed_hash_key = 27;  // bits by which the hash product is shifted
 
-entry_texts texts;  // in which the names of all entries lie
+entry_texts all_texts;  // in which the names of all entries lie
 
 /// What is_exported_symbols_section() answered before, by section number.
 std::vector<std::uint8_t> section_answers;
@@ -119,7 +119,7 @@ void setup_entries_lists() {
 }
 
 int read_in_entries(std::FILE* stream, const char* file_name) {
-    entry_tokens tokens(stream, file_name, texts);
+    entry_tokens tokens(stream, file_name, all_texts);
     while (const std::optional<std::string_view> token = tokens.next()) {
         if (add_token(*token))
             tokens.keep();
@@ -199,5 +199,5 @@ void cleanup_entries_lists() {
     entries_prefix_list.clear();
     entries_symbols_section_list.clear();
     section_answers = {};
-    texts.clear();
+    all_texts.clear();
 }

@@ -17,18 +17,18 @@ struct storage_class_facts {
     bool external;
 };
 
-constexpr storage_class_facts facts[] = {
+constexpr storage_class_facts class_facts[] = {
 #define STORAGE_CLASS(number, name, keeping, linkage) {number, #name, keeping, linkage},
 #include "format/storage_classes.def"
 #undef STORAGE_CLASS
 };
-static_assert(std::ranges::adjacent_find(facts, std::ranges::greater_equal{}, &storage_class_facts::number) ==
-              std::end(facts));
+static_assert(std::ranges::adjacent_find(class_facts, std::ranges::greater_equal{}, &storage_class_facts::number) ==
+              std::end(class_facts));
 
 /// The rows by the byte of the class, null where there is none: one step for each of a million symbols.
 constexpr auto by_number = [] {
     std::array<const storage_class_facts*, 256> rows{};
-    for (const storage_class_facts& row : facts)
+    for (const storage_class_facts& row : class_facts)
         rows[static_cast<std::uint8_t>(row.number)] = &row;
     return rows;
 }();

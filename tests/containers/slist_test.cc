@@ -16,7 +16,7 @@ namespace {
 long comparisons = 0;
 const void* search_key = &comparisons;  ///< to be seen on the first side only
 
-/// Items are numbers; a null item comes before all of them.
+/// Items are ints; a null item comes before all of them.
 int by_value(const void* a, const void* b) {
     ++comparisons;
     if (b == search_key)
@@ -42,22 +42,22 @@ std::vector<void*> contents(const SLIST& list) {
     return found;
 }
 
-using numbers = std::vector<int>;
+using ints = std::vector<int>;
 
-numbers values(const SLIST& list) {
-    numbers found;
+ints values(const SLIST& list) {
+    ints found;
     for (const void* const item : contents(list))
         found.push_back(item ? *static_cast<const int*>(item) : 0);
     return found;
 }
 
 struct filled_list {
-    explicit filled_list(const numbers& values) : items(values) {
+    explicit filled_list(const ints& values) : items(values) {
         list.set_cmp_func(by_value);
         for (int& item : items)
             list.append(&item);
     }
-    numbers items;
+    ints items;
     SLIST list;
 };
 
@@ -88,7 +88,7 @@ void reference_sort(int** table, long n) {
         reference_sort(table + i, n - i);
 }
 
-void expect_sorted_like_reference(const numbers& values) {
+void expect_sorted_like_reference(const ints& values) {
     filled_list sorted(values);
     std::vector<int*> expected;
     for (int& item : sorted.items)
@@ -102,7 +102,7 @@ TEST(Slist, EqualItemsKeepTheOrderOfTheDocumentedQuicksort) {
     // Every input of up to 7 items with 3 different values.
     for (int n = 0, inputs = 1; n <= 7; ++n, inputs *= 3) {
         for (int input = 0; input < inputs; ++input) {
-            numbers values;
+            ints values;
             for (int k = 0, rest = input; k < n; ++k, rest /= 3)
                 values.push_back(rest % 3);
             ASSERT_NO_FATAL_FAILURE(expect_sorted_like_reference(values)) << testing::PrintToString(values);
@@ -128,7 +128,7 @@ TEST(Slist, TablesOfEveryShapeAreSortedCheaply) {
         [&](int k) { return std::min(k, n - k) / 4 + static_cast<int>(random() % 3); },
     };
     for (const auto& shape : shapes) {
-        numbers values;
+        ints values;
         for (int k = 0; k < n; ++k)
             values.push_back(shape(k));
         comparisons = 0;
@@ -141,7 +141,7 @@ TEST(Slist, TablesOfEveryShapeAreSortedCheaply) {
 TEST(Slist, ACompareFunctionThatContradictsItselfDoesNoHarm) {
     for (const auto wrong : {+[](const void*, const void*) { return 1; }, +[](const void*, const void*) { return -1; },
                              +[](const void*, const void*) { return ++comparisons % 3 ? 1 : -1; }}) {
-        filled_list some(numbers(200, 1));
+        filled_list some(ints(200, 1));
         std::vector<void*> items = contents(some.list);
         some.list.set_cmp_func(wrong);
         some.list.sort();
@@ -202,7 +202,7 @@ TEST(Slist, EveryChangeButTheFirstItemDropsTheTable) {
     const struct {
         const char* name;
         std::function<void(SLIST&)> change;
-        numbers left;
+        ints left;
         bool table_kept = false;
     } cases[] = {
         {"append", [&](SLIST& l) { l.append(three); }, {1, 2, 3}},
@@ -255,11 +255,11 @@ TEST(Slist, EmptyNodesAreSkippedUntilTheyArePurged) {
     list.begin()->set_data(nullptr);
     EXPECT_EQ(list.find(&some.items[0]), nullptr);
     EXPECT_EQ(list.find(&some.items[1])->data, &some.items[1]);
-    EXPECT_EQ(values(list), (numbers{0, 2, 3, 0}));
-    numbers walked;
+    EXPECT_EQ(values(list), (ints{0, 2, 3, 0}));
+    ints walked;
     for (const int* item : items<int>(list))
         walked.push_back(*item);
-    EXPECT_EQ(walked, (numbers{2, 3}));
+    EXPECT_EQ(walked, (ints{2, 3}));
     list.purge();
     EXPECT_EQ(values(list), walked);
     list.begin()->set_data(nullptr);
@@ -267,7 +267,7 @@ TEST(Slist, EmptyNodesAreSkippedUntilTheyArePurged) {
     EXPECT_EQ(items<int>(list).begin(), items<int>(list).end());
     list.purge();  // no dangling end
     list.append(&some.items[0]);
-    EXPECT_EQ(values(list), numbers{4});
+    EXPECT_EQ(values(list), ints{4});
 }
 
 }  // namespace

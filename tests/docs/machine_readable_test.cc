@@ -3,14 +3,13 @@
 
 #include <string>
 
+#include "docs/source_folder.h"
 #include "support/module_sums.h"
 #include "support/run_program.h"
 
 namespace {
 
 using namespace support;
-
-const std::string source = MODFORGE_SOURCE_DIR;
 
 /// A sample as a module of each byte order: little-endian first.
 std::pair<bytes, bytes> both_orders(const std::string& sample) {
@@ -25,11 +24,11 @@ TEST(MachineReadable, FileKnowsModulesByTheirMagic) {
     const std::string program = FILE_PROGRAM;
     if (program.empty())
         GTEST_SKIP() << "no file(1) here";
-    const auto [little, big] = both_orders(source + "/examples/blink.out");
+    const auto [little, big] = both_orders(source_folder + "/examples/blink.out");
     const auto described = [&](const bytes& data) {
         const temporary_directory room;
         const std::string path = room.write("m", data);
-        return run_program({program, "--brief", "-m", source + "/docs/velm.magic", path}).out;
+        return run_program({program, "--brief", "-m", source_folder + "/docs/velm.magic", path}).out;
     };
     EXPECT_EQ(described(little),
               "VELM module, little-endian, target 0x0099, 2 sections, 4 symbols, Wed Sep  5 22:51:36 1979\n");
@@ -45,9 +44,9 @@ TEST(MachineReadable, FileKnowsModulesByTheirMagic) {
 
 TEST(MachineReadable, KaitaiReadsWhatVelmdumpReads) {
     const temporary_directory room;
-    std::vector<std::string> argv = {source + "/scripts/kaitai", "--offline", VELMDUMP_PROGRAM};
+    std::vector<std::string> argv = {source_folder + "/scripts/kaitai", "--offline", VELMDUMP_PROGRAM};
     for (const char* const name : {"/tests/data/samples/sensor.out", "/examples/audio.out", "/examples/blink.out"}) {
-        const auto [little, big] = both_orders(source + name);
+        const auto [little, big] = both_orders(source_folder + name);
         argv.push_back(room.write("little" + std::to_string(argv.size()), little));
         argv.push_back(room.write("big" + std::to_string(argv.size()), big));
     }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "docs/source_folder.h"
 #include "support/run_program.h"
 
 namespace {
@@ -23,8 +24,8 @@ std::string pattern_of(const std::string& literal) {
 
 /// Every message format in a source: the converter's by how it begins, the library's by the call that it stands in.
 /// Not die(): those are faults of the program, and the page has one row for all.
-void collect(const std::string& source, std::vector<std::string>& patterns) {
-    const std::string joined = std::regex_replace(source, std::regex(R"("\s*\n\s*")"), "");
+void collect(const std::string& code, std::vector<std::string>& patterns) {
+    const std::string joined = std::regex_replace(code, std::regex(R"("\s*\n\s*")"), "");
     const std::regex message(R"re("((?:ERROR: |WARNING: |Invalid |too many |Internal Error )[^"]*)")re"
                              R"re(|(?:end_fatally\(|UMSG\.message\(\s*USER_MSG::\w+,)\s*"([^"]*)")re");
     for (std::sregex_iterator at(joined.begin(), joined.end(), message), end; at != end; ++at)
@@ -34,8 +35,7 @@ void collect(const std::string& source, std::vector<std::string>& patterns) {
 std::vector<std::string> patterns_in_sources() {
     std::vector<std::string> patterns;
     for (const char* folder : {"msg", "containers", "coff", "convert", "packets", "output", "driver"})
-        for (const auto& file :
-             std::filesystem::directory_iterator(std::string(MODFORGE_SOURCE_DIR) + "/src/" + folder))
+        for (const auto& file : std::filesystem::directory_iterator(source_folder + "/src/" + folder))
             if (file.path().extension() == ".cc")
                 collect(read_text(file.path()), patterns);
     return patterns;
@@ -43,7 +43,7 @@ std::vector<std::string> patterns_in_sources() {
 
 /// The first column of the page's tables, without the library's prefixes.
 std::vector<std::string> messages_in_page() {
-    const std::string page = read_text(std::string(MODFORGE_SOURCE_DIR) + "/docs/messages.md");
+    const std::string page = read_text(source_folder + "/docs/messages.md");
     const std::regex row(R"re(\n\| `(?:>> [a-z ]+: )?([^`]+)` \|)re");
     std::vector<std::string> messages;
     for (std::sregex_iterator at(page.begin(), page.end(), row), end; at != end; ++at)

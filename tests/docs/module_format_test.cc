@@ -10,13 +10,12 @@
 #include <string>
 #include <tuple>
 
+#include "docs/source_folder.h"
 #include "support/run_program.h"
 
 namespace {
 
 using namespace support;
-
-const std::string source = MODFORGE_SOURCE_DIR;
 
 /// The bytes in the page's hex blocks: "offset: bytes   comment", the offset being that of the first byte.
 bytes worked_example(const std::string& page) {
@@ -40,12 +39,12 @@ bytes worked_example(const std::string& page) {
 TEST(ModuleFormatPage, WorkedExampleIsWhatTheConverterWrites) {
     if (std::endian::native != std::endian::little)
         GTEST_SKIP() << "the page shows a little-endian module";
-    const bytes expected = worked_example(read_text(source + "/docs/module-format.md"));
+    const bytes expected = worked_example(read_text(source_folder + "/docs/module-format.md"));
     ASSERT_EQ(expected.size(), 236U);
 
     const temporary_directory room;
     for (const char* name : {"blink.out", "blink.entries"})
-        room.write(name, read_file(source + "/examples/" + name));
+        room.write(name, read_file(source_folder + "/examples/" + name));
     const run_result run = run_program({MODFORGE_PROGRAM, "-e=blink.entries", "blink.out"}, {.directory = room.path()});
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.err, "");
@@ -95,7 +94,8 @@ std::string table_of_types() {
 }
 
 TEST(ModuleFormatPage, HasTheTableOfRelocationTypes) {
-    EXPECT_THAT(read_text(source + "/docs/module-format.md"), testing::HasSubstr("\n\n" + table_of_types() + "\n"));
+    EXPECT_THAT(read_text(source_folder + "/docs/module-format.md"),
+                testing::HasSubstr("\n\n" + table_of_types() + "\n"));
 }
 
 /// What a heading is called in a link.
@@ -111,14 +111,14 @@ std::string anchor_of(const std::string& heading) {
 }
 
 TEST(ModuleFormatPage, LinksLeadSomewhere) {
-    const std::string page = read_text(source + "/docs/module-format.md");
+    const std::string page = read_text(source_folder + "/docs/module-format.md");
     const std::regex heading("\n## (.*)"), link(R"(\]\(([^)#]*)(#([^)]*))?\))");
     std::set<std::string> anchors;
     for (std::sregex_iterator at(page.begin(), page.end(), heading), end; at != end; ++at)
         anchors.insert(anchor_of((*at)[1]));
     for (std::sregex_iterator at(page.begin(), page.end(), link), end; at != end; ++at) {
         if ((*at)[1].length() != 0)
-            EXPECT_TRUE(file_exists(source + "/docs/" + (*at)[1].str())) << at->str();
+            EXPECT_TRUE(file_exists(source_folder + "/docs/" + (*at)[1].str())) << at->str();
         else
             EXPECT_TRUE(anchors.contains((*at)[3])) << at->str();
     }

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "docs/source_folder.h"
 #include "support/run_program.h"
 
 namespace {
@@ -14,11 +15,9 @@ using namespace support;
 using testing::AnyOf;
 using testing::HasSubstr;
 
-const std::string source = MODFORGE_SOURCE_DIR;
-
 TEST(Readme, ShowsTheEntriesFileThatIsShipped) {
-    EXPECT_THAT(read_text(source + "/README.md"),
-                HasSubstr("```\n" + read_text(source + "/examples/audio.entries") + "```"));
+    EXPECT_THAT(read_text(source_folder + "/README.md"),
+                HasSubstr("```\n" + read_text(source_folder + "/examples/audio.entries") + "```"));
 }
 
 TEST(Readme, ExampleGivesTheModuleThatIsShipped) {
@@ -26,28 +25,30 @@ TEST(Readme, ExampleGivesTheModuleThatIsShipped) {
         GTEST_SKIP() << "the module in examples/ is little-endian";
     const temporary_directory room;
     for (const char* name : {"audio.out", "audio.entries"})
-        room.write(name, read_file(source + "/examples/" + name));
+        room.write(name, read_file(source_folder + "/examples/" + name));
     const run_result run = run_program({MODFORGE_PROGRAM, "-e=audio.entries", "audio.out"}, {.directory = room.path()});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "");
     const bytes module = read_file(room.file("audio.vlm"));
-    EXPECT_EQ(module, read_file(source + "/examples/audio.vlm"));
+    EXPECT_EQ(module, read_file(source_folder + "/examples/audio.vlm"));
     const std::string size = std::to_string(module.size());
-    EXPECT_THAT(read_text(source + "/README.md"),
+    EXPECT_THAT(read_text(source_folder + "/README.md"),
                 HasSubstr(size.substr(0, size.size() - 3) + "," + size.substr(size.size() - 3) + " bytes"));
 }
 
 TEST(Readme, ShowsWhatTheToolsSayOfTheModule) {
-    const run_result show = run_program({VELMDUMP_PROGRAM, "show", "audio.vlm"}, {.directory = source + "/examples"});
-    EXPECT_THAT(read_text(source + "/README.md"), HasSubstr("```\n" + show.out + "```"));
+    const run_result show =
+        run_program({VELMDUMP_PROGRAM, "show", "audio.vlm"}, {.directory = source_folder + "/examples"});
+    EXPECT_THAT(read_text(source_folder + "/README.md"), HasSubstr("```\n" + show.out + "```"));
     const temporary_directory room;
-    const std::string module = source + "/examples/audio.vlm";
-    for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
-             {"check", module},
-             {"verify", "-e=" + source + "/examples/audio.entries", module, source + "/examples/audio.out"},
-             {"imports", module},
-             {"diff", module, module},
-             {"map", module, "-o", room.file("m.svg")}}) {
+    const std::string module = source_folder + "/examples/audio.vlm";
+    for (const std::vector<std::string>& command :
+         std::vector<std::vector<std::string>>{{"check", module},
+                                               {"verify", "-e=" + source_folder + "/examples/audio.entries", module,
+                                                source_folder + "/examples/audio.out"},
+                                               {"imports", module},
+                                               {"diff", module, module},
+                                               {"map", module, "-o", room.file("m.svg")}}) {
         std::vector<std::string> argv{VELMDUMP_PROGRAM};
         argv.insert(argv.end(), command.begin(), command.end());
         EXPECT_EQ(run_program(argv).status, 0) << command.front();
@@ -55,7 +56,7 @@ TEST(Readme, ShowsWhatTheToolsSayOfTheModule) {
 }
 
 TEST(Readme, ExplainsEveryOptionOfTheUsageText) {
-    const std::string readme = read_text(source + "/README.md");
+    const std::string readme = read_text(source_folder + "/README.md");
     const std::string table = readme.substr(readme.find("| Option | Meaning |"));
     const std::string usage = run_program({MODFORGE_PROGRAM, "-?"}).err;
     const std::regex option(R"(\[(-[a-z?]+=?))");

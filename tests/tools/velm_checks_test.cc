@@ -17,7 +17,6 @@
 namespace {
 
 using second_opinion::conversion_request;
-using support::byte_order;
 using support::bytes;
 using support::put_word;
 using support::repair_sums;
@@ -194,11 +193,11 @@ TEST(VelmChecks, WholeModulesThatNoConverterWrites) {
     bytes crowded(56 + 8 + 28 * 0x8000);
     const std::string name = "app.out";
     std::copy(name.begin(), name.end(), crowded.begin() + 56);
-    support::put_at(crowded, 8, 4, 0x00010203, byte_order::little);
-    support::put_at(crowded, 0, 4, 8, byte_order::little);
-    support::put_at(crowded, 12, 4, 8, byte_order::little);
-    support::put_at(crowded, 20, 2, 0x8000, byte_order::little);
-    support::put_at(crowded, 26, 2, 0x99, byte_order::little);
+    support::put_at(crowded, 8, 4, 0x00010203, support::byte_order::little);
+    support::put_at(crowded, 0, 4, 8, support::byte_order::little);
+    support::put_at(crowded, 12, 4, 8, support::byte_order::little);
+    support::put_at(crowded, 20, 2, 0x8000, support::byte_order::little);
+    support::put_at(crowded, 26, 2, 0x99, support::byte_order::little);
     const struct {
         bytes module;
         const char* text;

@@ -18,7 +18,7 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 
 /// A target with 16-bit address units: 8 units of code, a copy of it elsewhere, 16 units of memory.
-support::coff_image sample() {
+support::coff_image sample_with_copy() {
     support::coff_image image;
     image.target_id = 0x98;
     image.sections = {{.name = ".text", .paddr = 0x100, .contents = support::to_bytes("MODULE\n\x01 in text")},
@@ -34,7 +34,7 @@ support::coff_image sample() {
 
 class VelmdumpEyes : public ::testing::Test {
 protected:
-    VelmdumpEyes() { write("app.vlm", sample()); }
+    VelmdumpEyes() { write("app.vlm", sample_with_copy()); }
 
     run_result run(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), VELMDUMP_PROGRAM);
@@ -71,7 +71,7 @@ TEST_F(VelmdumpEyes, SizesAddUpToTheFile) {
                      "         22           0          32          24          26         268         340  app.vlm\n");
     EXPECT_EQ(std::filesystem::file_size(files.file("app.vlm")), 340U);
 
-    support::coff_image grown = sample();
+    support::coff_image grown = sample_with_copy();
     grown.sections[1].contents.resize(8);
     write("grown.vlm", grown);
     EXPECT_EQ(good({"size", "grown.vlm", "--against", "app.vlm"}),
@@ -107,7 +107,7 @@ TEST_F(VelmdumpEyes, ListsSymbolsInTheOrderThatIsWanted) {
 
 TEST_F(VelmdumpEyes, ExtractsAndDumpsContents) {
     good({"extract", "app.vlm", ".text", "-o", "text.bin"});
-    EXPECT_EQ(support::read_file(files.file("text.bin")), sample().sections[0].contents);
+    EXPECT_EQ(support::read_file(files.file("text.bin")), sample_with_copy().sections[0].contents);
     EXPECT_EQ(good({"extract", "app.vlm", "2", "-o", "-"}), std::string("\1\2\3\4\5\6"));
     EXPECT_EQ(run({"extract", "app.vlm", ".bss", "-o", "bss.bin"}).status, 2);
     EXPECT_EQ(run({"extract", "app.vlm", "4", "-o", "none.bin"}).status, 2);
@@ -177,7 +177,7 @@ support::coff_image hostile(std::size_t exports) {
                                             "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E",
                                             "\\u003c${x}",
                                             std::string(400, 'w')};
-    support::coff_image image = sample();
+    support::coff_image image = sample_with_copy();
     image.sections[0].contents.resize(2000);
     for (std::size_t i = 0; i < exports; ++i)
         image.symbols.push_back({.name = names[i % names.size()] + std::to_string(i),
@@ -293,7 +293,7 @@ document.getElementById("seen").textContent = seen.join("\n");
 TEST_F(VelmdumpEyes, TablesOfTheReportSortAndFilterInABrowser) {
     if (!support::file_exists(CHROMIUM_PROGRAM))
         GTEST_SKIP() << "no chromium on this machine: nobody has looked at the report";
-    support::coff_image image = sample();
+    support::coff_image image = sample_with_copy();
     for (unsigned i = 0; i < 200; ++i)
         image.symbols.push_back({.name = "_e" + std::to_string(i), .value = 0x20000 - i, .scnum = 1});
     write("big.vlm", image);

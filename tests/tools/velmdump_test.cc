@@ -15,7 +15,7 @@ namespace {
 using support::run_result;
 using ::testing::HasSubstr;
 
-support::coff_image sample() {
+support::coff_image small_sample() {
     support::coff_image image;
     image.sections = {{.name = ".text", .paddr = 0x100, .contents = {1, 2, 3, 4, 5, 6, 7, 8}},
                       {.name = ".data", .flags = 0x40, .paddr = 0x800, .contents = {9, 10, 11, 12}},
@@ -50,8 +50,8 @@ protected:
 };
 
 TEST_F(Velmdump, ShowsTheModuleInEitherForm) {
-    write("app.vlm", sample());
-    write("app.hex", sample(), true);
+    write("app.vlm", small_sample());
+    write("app.hex", small_sample(), true);
     const std::string binary = good({"show", "app.vlm"});
     const std::string first = "VELM module app.vlm (binary, little-endian writer)\n";
     ASSERT_EQ(binary.substr(0, first.size()), first);
@@ -62,7 +62,7 @@ TEST_F(Velmdump, ShowsTheModuleInEitherForm) {
 }
 
 TEST_F(Velmdump, ShowsEachPart) {
-    write("app.vlm", sample());
+    write("app.vlm", small_sample());
     const std::vector<std::pair<std::string, std::string>> table = {
         {"--symbols", "     1  0x00000000  class  2  undefined            _printf\n"},
         {"--symbols", "     3  0x00000802  class  3  .data                -\n"},
@@ -81,7 +81,7 @@ TEST_F(Velmdump, ShowsEachPart) {
 
 // That it is as its schema says, hostile_runs.py sees.
 TEST_F(Velmdump, JsonTellsWhatThereIs) {
-    support::coff_image image = sample();
+    support::coff_image image = small_sample();
     image.symbols[0].name = "_caf\xE9";
     write("app.vlm", image);
     const std::tuple<const char*, const char*, nlohmann::json> rows[] = {
@@ -101,7 +101,7 @@ TEST_F(Velmdump, JsonTellsWhatThereIs) {
 }
 
 TEST_F(Velmdump, CheckTellsEachFaultWithItsPlace) {
-    write("good.vlm", sample());
+    write("good.vlm", small_sample());
     EXPECT_EQ(good({"check", "good.vlm"}), "");
     support::bytes bad = support::read_file(files.file("good.vlm"));
     bad[248 + 12] ^= 1;  // 56 header + 48 strings + 3 * 28 sections + 5 * 12 symbols, 12 packet header
@@ -114,10 +114,10 @@ TEST_F(Velmdump, CheckTellsEachFaultWithItsPlace) {
 }
 
 TEST_F(Velmdump, NamesForScripts) {
-    write("app.vlm", sample());
+    write("app.vlm", small_sample());
     EXPECT_EQ(good({"exports", "app.vlm"}), "_main\n_buffer\n");
     EXPECT_EQ(good({"imports", "app.vlm", "app.vlm"}), "_printf\n_printf\n");
-    support::coff_image base = sample();
+    support::coff_image base = small_sample();
     base.symbols[0].name = "_printf";
     base.symbols[1].name = "_\x1B[31m";
     write("base.vlm", base);
@@ -151,7 +151,7 @@ TEST_F(Velmdump, NamesForScripts) {
 
 // A file is judged before it is used: not a module, unsound, or sound.
 TEST_F(Velmdump, EveryCommandJudgesItsFileFirst) {
-    write("app.vlm", sample());
+    write("app.vlm", small_sample());
     const support::bytes sound = support::read_file(files.file("app.vlm"));
     files.write("cut.vlm", support::bytes(sound.begin(), sound.end() - 40));
     files.write("other", std::string(4096, 'x'));
@@ -181,7 +181,7 @@ TEST_F(Velmdump, EveryCommandJudgesItsFileFirst) {
 
 // A size that begins like "0x" does not make text of a module; a text tells the lines of what is wrong.
 TEST_F(Velmdump, HeaderAndNotFirstBytesTellTheForm) {
-    support::coff_image image = sample();
+    support::coff_image image = small_sample();
     for (std::size_t letters = 0x7830 - 48; letters > 0; letters -= std::min<std::size_t>(letters, 10000))
         image.symbols.push_back(
             {.name = std::string(std::min<std::size_t>(letters, 10000) - 1, static_cast<char>('a' + letters % 7)),
@@ -192,7 +192,7 @@ TEST_F(Velmdump, HeaderAndNotFirstBytesTellTheForm) {
     ASSERT_EQ(std::string(module.begin(), module.begin() + 2), "0x");
     EXPECT_EQ(good({"check", "--strict", "app.vlm"}), "");
 
-    write("app.hex", sample(), true);
+    write("app.hex", small_sample(), true);
     std::string lines = support::read_text(files.file("app.hex"));
     lines.insert(lines.find('\n', lines.size() - 30), " ");
     files.write("app.hex", lines);
@@ -202,9 +202,9 @@ TEST_F(Velmdump, HeaderAndNotFirstBytesTellTheForm) {
 }
 
 TEST_F(Velmdump, DiffTellsWhatChangedInMeaning) {
-    write("a.vlm", sample());
+    write("a.vlm", small_sample());
     EXPECT_EQ(good({"diff", "a.vlm", "a.vlm"}), "");
-    support::coff_image changed = sample();
+    support::coff_image changed = small_sample();
     changed.timestamp = 1;
     write("stamp.vlm", changed);
     EXPECT_EQ(run({"diff", "a.vlm", "stamp.vlm"}).out, "time stamp: 0x12345678, 0x00000001\n");
@@ -232,10 +232,10 @@ TEST_F(Velmdump, DiffTellsWhatChangedInMeaning) {
 
 // A relocation may lie before its section; it is not four milliards behind it.
 TEST_F(Velmdump, PlacesBeforeTheirSectionAreNegative) {
-    support::coff_image image = sample();
+    support::coff_image image = small_sample();
     image.sections[0].relocs[0].vaddr = 0xFE;
     write("before.vlm", image);
-    write("a.vlm", sample());
+    write("a.vlm", small_sample());
     EXPECT_THAT(good({"show", "--relocs", "before.vlm"}), HasSubstr("0x000000FE  -0x0002  R_RELLONG"));
     EXPECT_THAT(good({"show", "--json", "before.vlm"}), HasSubstr("\"section_offset\": -2"));
     EXPECT_THAT(good({"report", "before.vlm", "-o", "-"}), HasSubstr("[0,254,-2,"));
@@ -244,7 +244,7 @@ TEST_F(Velmdump, PlacesBeforeTheirSectionAreNegative) {
 }
 
 TEST_F(Velmdump, StatusTellsFaultsFromTrouble) {
-    write("app.vlm", sample());
+    write("app.vlm", small_sample());
     files.write("empty", "");
     const struct {
         std::vector<std::string> arguments;

@@ -19,10 +19,6 @@ constexpr const char* out_of_order_words =
 /// Noted of each section; a damaged table can hold millions.
 constexpr std::uint32_t most_noted = 10;
 
-std::string number(std::int64_t n) {
-    return std::to_string(n);
-}
-
 std::uint32_t width_of(const raw_image& image, const scnhdr& section) {
     return section.s_mwidth ? section.s_mwidth : so::unit_width(image.header().fh_target_id);
 }
@@ -62,8 +58,8 @@ std::string conversion_checks::name_of(std::uint32_t section) const {
 }
 
 std::string conversion_checks::reloc_title(std::uint32_t section, std::uint32_t i, const reloc& entry) const {
-    return "relocation " + number(i) + " of " + image_.section_title(section) + " (" + reloc_type_words(entry.r_type) +
-           " at address " + hex_number(entry.r_vaddr) + ", file offset " +
+    return "relocation " + std::to_string(i) + " of " + image_.section_title(section) + " (" +
+           reloc_type_words(entry.r_type) + " at address " + hex_number(entry.r_vaddr) + ", file offset " +
            hex_number(raw_image::reloc_at(image_.section(section), i)) + ")";
 }
 
@@ -94,9 +90,10 @@ void conversion_checks::look_at_symbol(std::uint32_t index, syment symbol) {
         error(title + ", is undefined", "ERROR: Symbol _DLStart is undefined. Improper linkage for entry point",
               "link the object that defines _DLStart, or convert with -s if only symbols are wanted");
     else if (is_start && symbol.n_scnum > sections)
-        error(title + ", lies in section " + number(symbol.n_scnum) + ", but there are only " + number(sections),
-              "ERROR: Symbol _DLStart lies in section " + number(symbol.n_scnum) + ", but there are only " +
-                  number(sections),
+        error(title + ", lies in section " + std::to_string(symbol.n_scnum) + ", but there are only " +
+                  std::to_string(sections),
+              "ERROR: Symbol _DLStart lies in section " + std::to_string(symbol.n_scnum) + ", but there are only " +
+                  std::to_string(sections),
               damaged);
     if (symbol.n_scnum > sections)
         noted_symbols_.push_back({index, symbol.n_scnum});
@@ -111,9 +108,10 @@ void conversion_checks::look_at_section(std::uint32_t number) {
     const std::uint32_t width = width_of(image_, section);
     const bool dropped = symbols_only_ || (section.s_flags & (s_dummy | s_noload)) != 0;
     if (!dropped && width != 8 && width != 16 && width != 32)
-        error(image_.section_title(number) + " has a memory width of " + ::number(width) + " bits (file offset " +
+        error(image_.section_title(number) + " has a memory width of " + std::to_string(width) + " bits (file offset " +
                   hex_number(image_.section_at(number) + offsetof(scnhdr, s_mwidth)) + ")",
-              "ERROR: Section " + name_of(number) + ": a memory width of " + ::number(width) + " bits is not supported",
+              "ERROR: Section " + name_of(number) + ": a memory width of " + std::to_string(width) +
+                  " bits is not supported",
               "only 8, 16 and 32 are: the file is damaged, or made for another target");
     if (width != 8 && width != 16 && width != 32)
         section.s_mwidth = 0;
@@ -278,8 +276,8 @@ void conversion_checks::judge_symbols(const so::account& told, const std::string
     for (const noted_symbol& noted : noted_symbols_) {
         if (kept[noted.index] || (!any_kept && refusal == says))
             error(image_.symbol_title(noted.index) + ", at offset " + hex_number(image_.symbol_at(noted.index)) +
-                      ", lies in section " + number(noted.section) + ", but there are only " +
-                      number(image_.header().fh_nscns),
+                      ", lies in section " + std::to_string(noted.section) + ", but there are only " +
+                      std::to_string(image_.header().fh_nscns),
                   says, damaged);
     }
 }

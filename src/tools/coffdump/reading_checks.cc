@@ -14,10 +14,6 @@ namespace {
 constexpr const char* cut_short = "the file is damaged or was cut short: link again";
 constexpr std::uint16_t any_target = 0x0099;
 
-std::string number(std::uint64_t n) {
-    return std::to_string(n);
-}
-
 class reading_check {
 public:
     reading_check(raw_image& image, const std::string& path, finding_list& findings)
@@ -42,13 +38,15 @@ private:
 
     bool check_file_header() {
         if (image_.size() > std::uint64_t{max_coff_file_size}) {
-            error("the file has " + number(image_.size()) + " bytes",
-                  ">>   error: " + path_ + ": too long: a file may have " + number(max_coff_file_size) + " bytes",
+            error("the file has " + std::to_string(image_.size()) + " bytes",
+                  ">>   error: " + path_ + ": too long: a file may have " + std::to_string(max_coff_file_size) +
+                      " bytes",
                   "strip debug information");
             return false;
         }
         if (!image_.holds(0, sizeof(filehdr))) {
-            error("the file has " + counted(image_.size(), "byte") + ", a file header " + number(sizeof(filehdr)),
+            error("the file has " + counted(image_.size(), "byte") + ", a file header " +
+                      std::to_string(sizeof(filehdr)),
                   ">>   error: Failed to read file and/or section headers", cut_short);
             return false;
         }
@@ -85,15 +83,15 @@ private:
         const std::uint64_t first = image_.section_at(1);
         const std::uint64_t there = image_.size() < first ? 0 : (image_.size() - first) / sizeof(scnhdr);
         if (there < header.fh_nscns) {
-            error("section header " + number(there + 1) + " of " + number(header.fh_nscns) + ", at offset " +
-                      hex_number(image_.section_at(static_cast<std::uint32_t>(there) + 1)) +
+            error("section header " + std::to_string(there + 1) + " of " + std::to_string(header.fh_nscns) +
+                      ", at offset " + hex_number(image_.section_at(static_cast<std::uint32_t>(there) + 1)) +
                       ", runs past the end of the file (" + hex_number(image_.size()) + " bytes)",
                   ">>   error: Failed to read file and/or section headers", cut_short);
             header.fh_nscns = static_cast<std::uint16_t>(there);
         } else if (header.fh_nscns > max_sections) {
-            error(number(header.fh_nscns) + " sections",
-                  ">>   error: " + path_ + ": " + number(header.fh_nscns) + " sections: a file may have " +
-                      number(max_sections),
+            error(std::to_string(header.fh_nscns) + " sections",
+                  ">>   error: " + path_ + ": " + std::to_string(header.fh_nscns) + " sections: a file may have " +
+                      std::to_string(max_sections),
                   cut_short);
         }
         header.fh_nscns = std::min(header.fh_nscns, max_sections);
@@ -116,9 +114,10 @@ private:
     /// The table goes on to `kept`; the entry `missing` is not there.
     void cut_symbols(std::uint32_t kept, std::uint32_t missing, const char* says) {
         filehdr header = image_.header();
-        error((missing == kept ? "entry " : "auxiliary entry ") + number(missing) + " of the " +
-                  number(header.fh_nsyms) + " in the symbol table, at offset " + hex_number(image_.symbol_at(missing)) +
-                  ", runs past the end of the file (" + hex_number(image_.size()) + " bytes)",
+        error((missing == kept ? "entry " : "auxiliary entry ") + std::to_string(missing) + " of the " +
+                  std::to_string(header.fh_nsyms) + " in the symbol table, at offset " +
+                  hex_number(image_.symbol_at(missing)) + ", runs past the end of the file (" +
+                  hex_number(image_.size()) + " bytes)",
               says, cut_short);
         header.fh_nsyms = kept;
         image_.set_header(header);
@@ -128,12 +127,12 @@ private:
         const std::uint16_t sections = image_.header().fh_nscns;
         for (std::uint32_t n = 1; n <= sections; ++n) {
             scnhdr section = image_.section(n);
-            if (check_name(section.s_name, image_.section_at(n), "section " + number(n)))
+            if (check_name(section.s_name, image_.section_at(n), "section " + std::to_string(n)))
                 image_.put(image_.section_at(n), section);
         }
         for (std::uint32_t i = 0; i < image_.header().fh_nsyms; ++i) {
             syment symbol = image_.symbol(i);
-            if (check_name(symbol.n_name, image_.symbol_at(i), "symbol " + number(i)))
+            if (check_name(symbol.n_name, image_.symbol_at(i), "symbol " + std::to_string(i)))
                 image_.put(image_.symbol_at(i), symbol);
             i += symbol.n_numaux > 0;
         }
@@ -145,11 +144,11 @@ private:
             return false;
         const std::uint32_t offset = name_offset(field);
         const std::string wanted = whose + ", at offset " + hex_number(at) + ", has its name at offset " +
-                                   number(offset) + " of the string table";
+                                   std::to_string(offset) + " of the string table";
         if (image_.strings_size())
             error(wanted + ", where no string lies",
-                  ">> fatal error: " + path_ + ": no string at offset " + number(offset) + " of the string table (" +
-                      number(*image_.strings_size()) + " bytes)",
+                  ">> fatal error: " + path_ + ": no string at offset " + std::to_string(offset) +
+                      " of the string table (" + std::to_string(*image_.strings_size()) + " bytes)",
                   cut_short);
         else if (!std::exchange(strings_told_, true))
             error(wanted + ", and the table, at offset " + hex_number(image_.strings_at()) + ", is not whole",
@@ -175,8 +174,9 @@ private:
                 error("the " + counted(section.s_nreloc, "relocation") + " of " + image_.section_title(n) +
                           ", at offset " + hex_number(section.s_relptr) + ", end at " +
                           hex_number(section.s_relptr + bytes) + ", the file at " + hex_number(image_.size()),
-                      ">>   error: " + path_ + ": " + number(section.s_nreloc) + " relocations of section " +
-                          name_of(n) + " at offset " + number(section.s_relptr) + " run past the end of the file",
+                      ">>   error: " + path_ + ": " + std::to_string(section.s_nreloc) + " relocations of section " +
+                          name_of(n) + " at offset " + std::to_string(section.s_relptr) +
+                          " run past the end of the file",
                       cut_short);
                 section.s_nreloc = relocations_there(section);
                 image_.put(image_.section_at(n), section);
@@ -201,10 +201,10 @@ private:
             section.s_nreloc = 0;
             image_.put(image_.section_at(n), section);
         }
-        error("the relocation tables of the sections overlap: " + number(total) + " bytes of them in a file of " +
-                  number(image_.size()),
-              ">>   error: " + path_ + ": " + number(total) + " bytes of relocations in a file of " +
-                  number(image_.size()) + " bytes",
+        error("the relocation tables of the sections overlap: " + std::to_string(total) +
+                  " bytes of them in a file of " + std::to_string(image_.size()),
+              ">>   error: " + path_ + ": " + std::to_string(total) + " bytes of relocations in a file of " +
+                  std::to_string(image_.size()) + " bytes",
               cut_short);
     }
 

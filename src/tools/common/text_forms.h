@@ -20,4 +20,9 @@ std::string hex_digits(std::string_view bytes);
 /// "0x1F": a number in upper-case hexadecimal digits, without leading zeros.
 std::string hex_number(std::uint64_t number);
 
+/// For %llu and %llX, whatever a host calls its 64 bits.
+inline unsigned long long wide(std::uint64_t number) {
+    return number;
+}
+
 #endif

@@ -37,12 +37,12 @@ constexpr bits_by_type make_fields() {
     return bits;
 }
 
-constexpr bits_by_type fields = make_fields();
+constexpr bits_by_type bits_by_number = make_fields();
 
 constexpr bits_by_type make_containers() {
     bits_by_type bits{};
     for (std::size_t type = 0; type < bits.size(); ++type)
-        bits[type] = static_cast<u8>((fields[type] + 7) / 8 * 8);
+        bits[type] = static_cast<u8>((bits_by_number[type] + 7) / 8 * 8);
     set(bits, 8, {136, 138, 140, 142});
     set(bits, 16, {122, 123, 137, 139, 141, 143, 149});
     set(bits, 32, {22, 23, 43, 80, 81, 82, 83, 84, 85, 86, 87, 95, 100, 112, 113, 128, 129, 130, 131, 132});
@@ -78,7 +78,7 @@ bool is_external_class(int sclass) {
 }
 
 u32 field_bits(u16 type) {
-    return type < fields.size() ? fields[type] : 0;
+    return type < bits_by_number.size() ? bits_by_number[type] : 0;
 }
 
 u32 container_bits(u16 type) {

@@ -11,7 +11,7 @@
 
 namespace {
 
-struct arguments {
+struct check_arguments {
     std::vector<std::string> paths;
     bool strict = false;
     bool json = false;
@@ -35,7 +35,7 @@ void put_file(json_writer& json, const std::string& path, const std::optional<mo
     json.end_object();
 }
 
-int check(const arguments& given) {
+int check(const check_arguments& given) {
     int status = status_good;
     json_writer json(stdout);
     if (given.json)
@@ -54,8 +54,8 @@ int check(const arguments& given) {
     return status;
 }
 
-std::function<int()> set_up(CLI::App& app) {
-    auto given = std::make_shared<arguments>();
+std::function<int()> set_up_check(CLI::App& app) {
+    auto given = std::make_shared<check_arguments>();
     add_files(app, given->paths);
     app.add_flag("--strict", given->strict, "warnings make the status 1, too");
     app.add_flag("--json", given->json, "the findings as a JSON document");
@@ -67,4 +67,4 @@ std::function<int()> set_up(CLI::App& app) {
 const command check_command = {"every checksum and every rule of the format; silent when all is sound",
                                "  velmdump check app.vlm other.vlm\n"
                                "  velmdump check --strict app.vlm\n",
-                               set_up};
+                               set_up_check};

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "tools/common/text_forms.h"
 #include "tools/velmdump/module_bytes.h"
 
 namespace {
@@ -15,8 +16,7 @@ constexpr std::uint64_t most_of_a_kind = 100;
 
 std::string finding_words(const finding& f) {
     char place[64];
-    std::snprintf(place, sizeof place, "offset 0x%llX: %s: ", static_cast<unsigned long long>(f.offset),
-                  f.error ? "error" : "warning");
+    std::snprintf(place, sizeof place, "offset 0x%llX: %s: ", wide(f.offset), f.error ? "error" : "warning");
     const std::string line = f.line != 0 ? "line " + std::to_string(f.line) + ", " : "";
     return line + place + f.text;
 }

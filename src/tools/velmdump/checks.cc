@@ -17,10 +17,6 @@
 
 namespace {
 
-unsigned long long wide(std::uint64_t number) {
-    return number;
-}
-
 /// A table of the module with its checksum in the verification record.
 struct summed_table {
     const char* name;

@@ -7,14 +7,14 @@
 
 namespace {
 
-struct arguments {
+struct convert_arguments {
     std::string path;
     std::string output;
     std::string byte_order;  ///< "little" or "big"; empty: as it is
     std::string form;        ///< "binary" or "text"; empty: as it is
 };
 
-int convert(const arguments& given) {
+int convert(const convert_arguments& given) {
     int status = status_good;
     // Sums made anew would hide damage: only what is sound is converted.
     const auto file = read_module(given.path, wanted_module::sound, status);
@@ -33,8 +33,8 @@ int convert(const arguments& given) {
     return write_output(given.output, {given.path}, print) ? status_good : status_trouble;
 }
 
-std::function<int()> set_up(CLI::App& app) {
-    auto given = std::make_shared<arguments>();
+std::function<int()> set_up_convert(CLI::App& app) {
+    auto given = std::make_shared<convert_arguments>();
     add_file(app, given->path);
     add_output(app, given->output, "the module to write");
     app.add_option("--byte-order", given->byte_order, "little or big; otherwise as it is")
@@ -49,4 +49,5 @@ std::function<int()> set_up(CLI::App& app) {
 }  // namespace
 
 const command convert_command = {"the same module in the other byte order or form",
-                                 "  velmdump convert app.vlm -o app-big.hex --byte-order big --form text\n", set_up};
+                                 "  velmdump convert app.vlm -o app-big.hex --byte-order big --form text\n",
+                                 set_up_convert};

@@ -155,10 +155,9 @@ private:
         std::uint64_t behind = 0;  // the run that was found last, and not told yet; none when behind == first
         const auto tell_run = [&] {
             if (behind == first + 1)
-                line("byte 0x%llX differs", static_cast<unsigned long long>(first));
+                line("byte 0x%llX differs", wide(first));
             else if (behind > first)
-                line("bytes 0x%llX to 0x%llX differ", static_cast<unsigned long long>(first),
-                     static_cast<unsigned long long>(behind - 1));
+                line("bytes 0x%llX to 0x%llX differ", wide(first), wide(behind - 1));
         };
         while (!in_a.bytes().empty() && !in_b.bytes().empty()) {
             const std::size_t size = std::min(in_a.bytes().size(), in_b.bytes().size());

@@ -11,7 +11,7 @@
 
 namespace {
 
-struct arguments {
+struct diff_arguments {
     std::string paths[2];
     bool ignore_stamp = false;
     bool json = false;
@@ -32,7 +32,7 @@ private:
     std::string_view name_;
 };
 
-unsigned long print_lines(const module_file& a, const module_file& b, bool ignore_stamp) {
+unsigned long print_differences(const module_file& a, const module_file& b, bool ignore_stamp) {
     subjects told;
     std::string subject;
     return diff_modules(a.module, b.module, ignore_stamp, [&](const difference& d) {
@@ -44,7 +44,7 @@ unsigned long print_lines(const module_file& a, const module_file& b, bool ignor
     });
 }
 
-unsigned long print_json(const module_file& a, const module_file& b, bool ignore_stamp) {
+unsigned long print_differences_as_json(const module_file& a, const module_file& b, bool ignore_stamp) {
     json_writer json(stdout);
     json.begin_object();
     json.name("first", a.path);
@@ -77,17 +77,19 @@ unsigned long print_json(const module_file& a, const module_file& b, bool ignore
     return lines;
 }
 
-int diff(const arguments& given) {
+int diff(const diff_arguments& given) {
     int status = status_good;
     const auto a = read_module(given.paths[0], wanted_module::sound, status);
     const auto b = read_module(given.paths[1], wanted_module::sound, status);
     if (!a || !b)
         return status;
-    return (given.json ? print_json : print_lines)(*a, *b, given.ignore_stamp) == 0 ? status_good : status_faults;
+    return (given.json ? print_differences_as_json : print_differences)(*a, *b, given.ignore_stamp) == 0
+               ? status_good
+               : status_faults;
 }
 
-std::function<int()> set_up(CLI::App& app) {
-    auto given = std::make_shared<arguments>();
+std::function<int()> set_up_diff(CLI::App& app) {
+    auto given = std::make_shared<diff_arguments>();
     add_positional(app, "A", given->paths[0], "a module, binary or text; - for standard input", "A")->required();
     add_positional(app, "B", given->paths[1], "what it is compared with", "B")->required();
     app.add_flag("--ignore-stamp", given->ignore_stamp, "time stamps may differ");
@@ -98,4 +100,4 @@ std::function<int()> set_up(CLI::App& app) {
 }  // namespace
 
 const command diff_command = {"what two modules mean differently", "  velmdump diff --ignore-stamp old.vlm new.vlm\n",
-                              set_up};
+                              set_up_diff};

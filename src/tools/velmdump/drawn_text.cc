@@ -67,7 +67,7 @@ constexpr std::array<range, 11> combining = {{
     {0xFE20, 0xFE2F},
 }};
 
-constexpr std::array<range, 11> wide = {{
+constexpr std::array<range, 11> double_width = {{
     {0x1100, 0x115F},
     {0x2E80, 0xA4CF},
     {0xA960, 0xA97F},
@@ -86,7 +86,7 @@ bool shows(char32_t code) {
 }
 
 std::size_t cells_of(char32_t code) {
-    return is_in(code, combining) ? 0 : is_in(code, wide) ? 2 : 1;
+    return is_in(code, combining) ? 0 : is_in(code, double_width) ? 2 : 1;
 }
 
 void append_code(std::string& text, unsigned char byte) {

@@ -9,13 +9,13 @@
 
 namespace {
 
-struct arguments {
+struct extract_arguments {
     std::string path;
     std::string section;
     std::string output;
 };
 
-int extract(const arguments& given) {
+int extract(const extract_arguments& given) {
     int status = status_good;
     const auto file = read_module(given.path, wanted_module::sound, status);
     if (!file)
@@ -34,8 +34,8 @@ int extract(const arguments& given) {
     return write_output(given.output, {given.path}, print) ? status_good : status_trouble;
 }
 
-std::function<int()> set_up(CLI::App& app) {
-    auto given = std::make_shared<arguments>();
+std::function<int()> set_up_extract(CLI::App& app) {
+    auto given = std::make_shared<extract_arguments>();
     add_file(app, given->path);
     add_positional(app, "SECTION", given->section, "the section, by name or by number", "SECTION")->required();
     add_output(app, given->output, "the file to write");
@@ -45,4 +45,4 @@ std::function<int()> set_up(CLI::App& app) {
 }  // namespace
 
 const command extract_command = {"the contents of a section, as they are",
-                                 "  velmdump extract app.vlm .text -o text.bin\n", set_up};
+                                 "  velmdump extract app.vlm .text -o text.bin\n", set_up_extract};

@@ -8,12 +8,12 @@
 
 namespace {
 
-struct arguments {
+struct map_arguments {
     std::string path;
     std::string output;
 };
 
-int draw(const arguments& given) {
+int draw(const map_arguments& given) {
     int status = status_good;
     const auto file = read_module(given.path, wanted_module::sound, status);
     if (!file)
@@ -24,8 +24,8 @@ int draw(const arguments& given) {
     return write_output(given.output, {given.path}, print) ? status_good : status_trouble;
 }
 
-std::function<int()> set_up(CLI::App& app) {
-    auto given = std::make_shared<arguments>();
+std::function<int()> set_up_map(CLI::App& app) {
+    auto given = std::make_shared<map_arguments>();
     add_file(app, given->path);
     add_output(app, given->output, "the picture to write");
     return [given] { return draw(*given); };
@@ -33,4 +33,4 @@ std::function<int()> set_up(CLI::App& app) {
 
 }  // namespace
 
-const command map_command = {"a picture of a module, as SVG", "  velmdump map app.vlm -o app.svg\n", set_up};
+const command map_command = {"a picture of a module, as SVG", "  velmdump map app.vlm -o app.svg\n", set_up_map};

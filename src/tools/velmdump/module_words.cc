@@ -9,7 +9,7 @@
 #include "tools/common/text_forms.h"
 
 std::string brief(std::string_view name, std::size_t most) {
-    const std::string text = shown_name(name.substr(0, most));
+    std::string text = shown_name(name.substr(0, most));
     if (name.size() <= most && text.size() <= most)
         return text;
     std::size_t end = 0;

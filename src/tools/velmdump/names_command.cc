@@ -13,7 +13,7 @@
 
 namespace {
 
-struct arguments {
+struct names_arguments {
     std::vector<std::string> paths;
     std::vector<std::string> against;
     bool json = false;
@@ -24,7 +24,7 @@ using name_list = std::vector<std::string_view>;
 /// Prints the names of file after file, one a line or as a document, which is complete also where a file was refused.
 class name_printer {
 public:
-    name_printer(const arguments& given, const char* key) : json_(stdout), as_json_(given.json), key_(key) {
+    name_printer(const names_arguments& given, const char* key) : json_(stdout), as_json_(given.json), key_(key) {
         if (as_json_)
             json_.begin_array();
     }
@@ -58,7 +58,7 @@ private:
     const char* key_;
 };
 
-int print_exports(const arguments& given) {
+int print_exports(const names_arguments& given) {
     int status = status_good;
     name_printer printer(given, "exports");
     for (const std::string& path : given.paths) {
@@ -86,7 +86,7 @@ bool add_offer(const std::string& path, offered_names& offer, int& status) {
     return file.has_value();
 }
 
-int print_imports(const arguments& given) {
+int print_imports(const names_arguments& given) {
     int status = status_good;
     offered_names offer;
     for (const std::string& path : given.against) {
@@ -109,14 +109,14 @@ int print_imports(const arguments& given) {
 }
 
 std::function<int()> set_up_exports(CLI::App& app) {
-    auto given = std::make_shared<arguments>();
+    auto given = std::make_shared<names_arguments>();
     add_files(app, given->paths);
     app.add_flag("--json", given->json, "as a JSON document");
     return [given] { return print_exports(*given); };
 }
 
 std::function<int()> set_up_imports(CLI::App& app) {
-    auto given = std::make_shared<arguments>();
+    auto given = std::make_shared<names_arguments>();
     add_files(app, given->paths);
     app.add_option("--against", given->against,
                    "what is on offer, a module or a list with one name a line: print\n"

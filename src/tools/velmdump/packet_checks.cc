@@ -20,10 +20,6 @@
 
 namespace {
 
-unsigned long long wide(std::uint64_t number) {
-    return number;
-}
-
 /// Looks at the packets of one section, one after the other.
 class section_walk {
 public:

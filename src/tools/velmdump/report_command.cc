@@ -7,12 +7,12 @@
 
 namespace {
 
-struct arguments {
+struct report_arguments {
     std::vector<std::string> paths;
     std::string output;
 };
 
-int report(const arguments& given) {
+int report(const report_arguments& given) {
     int status = status_good;
     std::vector<module_file> files;
     for (const std::string& path : given.paths) {
@@ -29,8 +29,8 @@ int report(const arguments& given) {
                : status_trouble;
 }
 
-std::function<int()> set_up(CLI::App& app) {
-    auto given = std::make_shared<arguments>();
+std::function<int()> set_up_report(CLI::App& app) {
+    auto given = std::make_shared<report_arguments>();
     add_files(app, given->paths);
     add_output(app, given->output, "the page to write");
     return [given] { return report(*given); };
@@ -39,4 +39,4 @@ std::function<int()> set_up(CLI::App& app) {
 }  // namespace
 
 const command report_command = {"a page for the browser: maps, tables, findings and sizes of modules",
-                                "  velmdump report app.vlm driver.vlm -o report.html\n", set_up};
+                                "  velmdump report app.vlm driver.vlm -o report.html\n", set_up_report};

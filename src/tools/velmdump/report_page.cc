@@ -5,6 +5,7 @@
 #include <string>
 #include <unordered_set>
 
+#include "tools/common/text_forms.h"
 #include "tools/velmdump/drawn_text.h"
 #include "tools/velmdump/module_facts.h"
 #include "tools/velmdump/module_sizes.h"
@@ -127,7 +128,7 @@ private:
         for (const auto& part : parts) {
             char text[96];
             std::snprintf(text, sizeof text, "<span class=\"%s\" style=\"flex:%llu 0 0\"></span>", part.colour,
-                          static_cast<unsigned long long>(part.bytes));
+                          wide(part.bytes));
             if (part.bytes != 0)
                 put(text);
         }

@@ -48,8 +48,8 @@ void show_sections(const velm_module& module, std::FILE* out) {
     for (const section_place& section : module.sections) {
         const velm_scnhdr_record& h = section.header;
         std::fprintf(out, "%4u  0x%08X  0x%08X  0x%08X  %4u  %7u  %6llu  %s (%s)\n", ++number, h.paddr, h.vaddr, h.size,
-                     h.page, h.npackets, static_cast<unsigned long long>(section.nreloc),
-                     label(module.name(section)).c_str(), flag_words(h.flags).c_str());
+                     h.page, h.npackets, wide(section.nreloc), label(module.name(section)).c_str(),
+                     flag_words(h.flags).c_str());
     }
 }
 
@@ -143,9 +143,8 @@ void show_packets(const velm_module& module, bool relocs, std::FILE* out) {
         for (const packet_place& packet : module.packets(section)) {
             const std::uint64_t offset = start / (static_cast<unsigned>(section.width) / 8U);
             std::fprintf(out, "  packet %u at file offset 0x%llX: 0x%08X, +0x%04llX, %s, %s\n", number++,
-                         static_cast<unsigned long long>(packet.offset),
-                         static_cast<std::uint32_t>(section.header.paddr + offset),
-                         static_cast<unsigned long long>(offset), counted(packet.header.data_size, "byte").c_str(),
+                         wide(packet.offset), static_cast<std::uint32_t>(section.header.paddr + offset), wide(offset),
+                         counted(packet.header.data_size, "byte").c_str(),
                          counted(packet.header.nreloc, "relocation").c_str());
             if (relocs)
                 printer.print(section, packet, start);

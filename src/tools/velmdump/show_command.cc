@@ -8,14 +8,14 @@
 
 namespace {
 
-struct arguments {
+struct show_arguments {
     std::string path;
     show_options parts;
     bool all = false;
     bool json = false;
 };
 
-int show(arguments given) {
+int show(show_arguments given) {
     if (given.all)
         given.parts.symbols = given.parts.strings = given.parts.packets = given.parts.relocs = true;
     if (given.all && given.parts.contents.empty())
@@ -33,8 +33,8 @@ int show(arguments given) {
     return file->sound() ? status_good : status_faults;
 }
 
-std::function<int()> set_up(CLI::App& app) {
-    auto given = std::make_shared<arguments>();
+std::function<int()> set_up_show(CLI::App& app) {
+    auto given = std::make_shared<show_arguments>();
     add_file(app, given->path);
     app.add_flag("--symbols", given->parts.symbols, "every symbol");
     app.add_flag("--strings", given->parts.strings, "the string table");
@@ -49,4 +49,4 @@ std::function<int()> set_up(CLI::App& app) {
 
 }  // namespace
 
-const command show_command = {"what is in a module", "  velmdump show --symbols app.vlm\n", set_up};
+const command show_command = {"what is in a module", "  velmdump show --symbols app.vlm\n", set_up_show};

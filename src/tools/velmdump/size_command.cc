@@ -13,7 +13,7 @@
 
 namespace {
 
-struct arguments {
+struct size_arguments {
     std::vector<std::string> paths;
     std::string against;
     bool sections = false;
@@ -35,7 +35,7 @@ size_row row_of(const size_shares& shares, std::uint64_t tables) {
     return row;
 }
 
-size_row difference(const size_row& now, const size_row& before) {
+size_row growth(const size_row& now, const size_row& before) {
     size_row row = now;
     for (std::size_t i = 0; i < row.size(); ++i)
         row[i] -= before[i];
@@ -94,11 +94,11 @@ void print_difference(const module_file& now, const module_file& before) {
     print_head("section");
     for (const named_row& each : rows_of(now.module)) {
         const auto old_row = old_rows.extract({each.name, seen[each.name]++});
-        print_changed(old_row ? difference(each.row, old_row.mapped()) : each.row, each.name);
+        print_changed(old_row ? growth(each.row, old_row.mapped()) : each.row, each.name);
     }
     for (const auto& [key, row] : old_rows)
-        print_changed(difference({}, row), key.first);
-    print_row(difference(total_of(now.module), total_of(before.module)), input_label(now.path), true);
+        print_changed(growth({}, row), key.first);
+    print_row(growth(total_of(now.module), total_of(before.module)), input_label(now.path), true);
 }
 
 void put_row(json_writer& json, const size_row& row) {
@@ -149,7 +149,7 @@ std::vector<module_file> read_all(const std::vector<std::string>& paths, int& st
     return files;
 }
 
-int size(const arguments& given) {
+int size(const size_arguments& given) {
     int status = status_good;
     const std::vector<module_file> files = read_all(given.paths, status);
     std::vector<module_file> before;
@@ -173,8 +173,8 @@ int size(const arguments& given) {
     return status;
 }
 
-std::function<int()> set_up(CLI::App& app) {
-    auto given = std::make_shared<arguments>();
+std::function<int()> set_up_size(CLI::App& app) {
+    auto given = std::make_shared<size_arguments>();
     add_files(app, given->paths);
     app.add_flag("--sections", given->sections, "every section, of several modules, too");
     app.add_option("--against", given->against, "an older module: what changed since, by section")->type_name("FILE");
@@ -185,4 +185,4 @@ std::function<int()> set_up(CLI::App& app) {
 }  // namespace
 
 const command size_command = {"how many bytes are code, data, bss, relocations, packets and tables",
-                              "  velmdump size app.vlm\n  velmdump size app.vlm --against released.vlm\n", set_up};
+                              "  velmdump size app.vlm\n  velmdump size app.vlm --against released.vlm\n", set_up_size};

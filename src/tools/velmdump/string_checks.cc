@@ -93,7 +93,7 @@ void check_totals(const velm_module& module, const table_layout& layout, const s
     const auto end = table + static_cast<std::ptrdiff_t>(module.strtab_size);
     if (padded != module.header.strtab_size)
         report.error(0, "the string table has %s, but its names take %llu",
-                     counted(module.header.strtab_size, "byte").c_str(), static_cast<unsigned long long>(padded));
+                     counted(module.header.strtab_size, "byte").c_str(), wide(padded));
     else if (std::any_of(table + layout.next(), end, [](unsigned char byte) { return byte != 0; }))
         report.error(velm_strtab_offset + std::uint64_t{layout.next()}, "padding of the string table is not zero");
     else if (parts.header && layout.longest() != module.header.max_str_len)

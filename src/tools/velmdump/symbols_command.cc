@@ -15,7 +15,7 @@
 
 namespace {
 
-struct arguments {
+struct symbols_arguments {
     std::string path;
     std::string order = "address";
     std::string section;
@@ -136,7 +136,7 @@ void print_list_as_json(const module_file& file, const std::vector<listed_symbol
     json.end_object();
 }
 
-int symbols(const arguments& given) {
+int symbols(const symbols_arguments& given) {
     int status = status_good;
     const auto file = read_module(given.path, wanted_module::sound, status);
     if (!file)
@@ -158,8 +158,8 @@ int symbols(const arguments& given) {
     return status;
 }
 
-std::function<int()> set_up(CLI::App& app) {
-    auto given = std::make_shared<arguments>();
+std::function<int()> set_up_symbols(CLI::App& app) {
+    auto given = std::make_shared<symbols_arguments>();
     add_file(app, given->path);
     app.add_option("--sort", given->order, "address (as it is without this), name or size")
         ->check(one_of({"address", "name", "size"}))
@@ -174,4 +174,4 @@ std::function<int()> set_up(CLI::App& app) {
 }  // namespace
 
 const command symbols_command = {"the symbols with address, size, kind and section",
-                                 "  velmdump symbols --sort size app.vlm\n", set_up};
+                                 "  velmdump symbols --sort size app.vlm\n", set_up_symbols};

@@ -27,7 +27,7 @@ using second_opinion::conversion_request;
 /// So many places of difference are told one by one.
 constexpr int most_places = 16;
 
-struct arguments {
+struct verify_arguments {
     std::string module, input;
     bool account = false;
 };
@@ -183,7 +183,7 @@ int judge(const module_file& given, const conversion_request& request, const con
     return status_faults;
 }
 
-int verify(const arguments& given, const std::vector<std::string>& options) {
+int verify(const verify_arguments& given, const std::vector<std::string>& options) {
     conversion_request request;
     std::vector<std::string> entries_files;
     for (const std::string& option : options)
@@ -212,8 +212,8 @@ int verify(const arguments& given, const std::vector<std::string>& options) {
     return status;
 }
 
-std::function<int()> set_up(CLI::App& app) {
-    auto given = std::make_shared<arguments>();
+std::function<int()> set_up_verify(CLI::App& app) {
+    auto given = std::make_shared<verify_arguments>();
     add_positional(app, "MODULE", given->module, "a module, binary or text; - for standard input", "MODULE")
         ->required();
     add_positional(app, "INPUT", given->input, "the COFF file, named as in the call of modforge", "FILE.out")
@@ -232,4 +232,4 @@ std::function<int()> set_up(CLI::App& app) {
 const command verify_command = {"whether a module is, byte for byte, what its input must give",
                                 "  velmdump verify -e=app.entries app.vlm app.out\n"
                                 "  velmdump verify --account app.vlm app.out\n",
-                                set_up};
+                                set_up_verify};
