@@ -1,4 +1,4 @@
-// What the parser library is told: options of the listing, and the two commands.
+// What the command line takes: options of the listing, and the two commands.
 #include "tools/coffdump/options.h"
 
 #include <cstdlib>
@@ -9,26 +9,25 @@ namespace {
 
 constexpr const char* input_words = "the COFF file; - for standard input";
 
-void add_listing_options(CLI::App& app, coffdump_options& options, bool& all) {
-    app.add_flag("--headers", options.headers, "file header, optional header and section headers");
-    app.add_flag("--sections", options.sections, "a table of the sections");
-    app.add_flag("--symbols", options.symbols, "symbols with their auxiliary entries");
-    app.add_flag("--relocs", options.relocs, "relocations of every section");
-    app.add_flag("--lines", options.lines, "line numbers of every section");
-    app.add_flag("--strings", options.strings, "the string table");
-    add_flag_with_value(app, "--contents", options.contents, "SECTION", "*",
-                        "contents in hex, of one section with its name");
-    app.add_flag("--all", all, "everything above");
-    app.add_flag("--xml", options.xml, "everything, as XML");
-    app.add_flag("--json", options.json, "everything, as JSON");
+void add_listing_options(command_arguments& arguments, coffdump_options& options, bool& all) {
+    arguments.add_flag("--headers", options.headers, "file header, optional header and section headers");
+    arguments.add_flag("--sections", options.sections, "a table of the sections");
+    arguments.add_flag("--symbols", options.symbols, "symbols with their auxiliary entries");
+    arguments.add_flag("--relocs", options.relocs, "relocations of every section");
+    arguments.add_flag("--lines", options.lines, "line numbers of every section");
+    arguments.add_flag("--strings", options.strings, "the string table");
+    arguments.add_flag_with_value("--contents", options.contents, "SECTION", "*",
+                                  "contents in hex, of one section with its name");
+    arguments.add_flag("--all", all, "everything above");
+    arguments.add_flag("--xml", options.xml, "everything, as XML");
+    arguments.add_flag("--json", options.json, "everything, as JSON");
 }
 
-void add_conversion_options(CLI::App& command, planned_conversion& plan) {
-    command.add_flag("-s,--symbols-only", plan.symbols_only, "as for modforge -s");
-    command.add_flag("-c,--runtime-cinit", plan.runtime_cinit, "as for modforge -c");
-    command.add_option("-p,--packet-size", plan.packet_size, "as for modforge -p=N; 1024 unless told")
-        ->type_name("N")
-        ->check([](const std::string& text) {
+void add_conversion_options(command_arguments& arguments, planned_conversion& plan) {
+    arguments.add_flag("-s,--symbols-only", plan.symbols_only, "as for modforge -s");
+    arguments.add_flag("-c,--runtime-cinit", plan.runtime_cinit, "as for modforge -c");
+    arguments.add_option("-p,--packet-size", plan.packet_size, "N", "as for modforge -p=N; 1024 unless told")
+        .refused_if([](const std::string& text) {
             const long size = std::strtol(text.c_str(), nullptr, 10);
             const bool good = size >= second_opinion::least_packet && size <= second_opinion::greatest_packet &&
                               size % second_opinion::packet_step == 0;
@@ -36,29 +35,29 @@ void add_conversion_options(CLI::App& command, planned_conversion& plan) {
         });
 }
 
-CLI::App* add_check(command_line& line, coffdump_options& options) {
-    CLI::App* check = line.add_command(
+command_arguments add_check(command_line& line, coffdump_options& options) {
+    command_arguments check = line.add_command(
         "check", "everything for which modforge would refuse the file or warn; silent when there is nothing",
         "  coffdump check app.out -e app.entries\n");
-    add_positional(*check, "FILE", options.plan.input, input_words, "FILE")->required();
-    check
-        ->add_option("-e,--entries", options.plan.entries_files, "entries files, in the order of modforge's -e options")
-        ->type_name("ENTRIES...");
-    add_conversion_options(*check, options.plan);
-    check->add_flag("--strict", options.strict, "warnings are faults, too");
-    check->add_flag("--json", options.json, "the findings as a JSON document");
+    check.add_positional("FILE", options.plan.input, "FILE", input_words).required();
+    check.add_list_option("-e,--entries", options.plan.entries_files, "ENTRIES...",
+                          "entries files, in the order of modforge's -e options");
+    add_conversion_options(check, options.plan);
+    check.add_flag("--strict", options.strict, "warnings are faults, too");
+    check.add_flag("--json", options.json, "the findings as a JSON document");
     return check;
 }
 
-CLI::App* add_entries(command_line& line, coffdump_options& options) {
-    CLI::App* entries = line.add_command(
+command_arguments add_entries(command_line& line, coffdump_options& options) {
+    command_arguments entries = line.add_command(
         "entries", "what each entry of entries files exports or leaves out, and which do not do what they seem to",
         "  coffdump entries app.out app.entries\n");
-    add_positional(*entries, "FILE", options.plan.input, input_words, "FILE")->required();
-    add_positional(*entries, "ENTRIES", options.plan.entries_files,
-                   "entries files, in the order of modforge's -e options", "ENTRIES...")
-        ->required();
-    add_conversion_options(*entries, options.plan);
+    entries.add_positional("FILE", options.plan.input, "FILE", input_words).required();
+    entries
+        .add_positional("ENTRIES", options.plan.entries_files, "ENTRIES...",
+                        "entries files, in the order of modforge's -e options")
+        .required();
+    add_conversion_options(entries, options.plan);
     return entries;
 }
 
@@ -73,21 +72,22 @@ int parse_options(int argc, char** argv, coffdump_options& options) {
                       "  coffdump --symbols --contents=.text app.out\n"
                       "  coffdump check app.out -e app.entries\n");
     bool all = false;
-    add_positional(line.program(), "FILE", options.file, input_words, "FILE");
-    add_listing_options(line.program(), options, all);
-    const CLI::App* check = add_check(line, options);
-    const CLI::App* entries = add_entries(line, options);
+    command_arguments program = line.program();
+    program.add_positional("FILE", options.file, "FILE", input_words);
+    add_listing_options(program, options, all);
+    const command_arguments check = add_check(line, options);
+    const command_arguments entries = add_entries(line, options);
     if (const int early = line.parse(argc, argv); early >= 0)
         return early;
-    options.command = check->parsed()     ? coffdump_options::check
-                      : entries->parsed() ? coffdump_options::entries
-                                          : coffdump_options::list;
+    options.command = check.parsed()     ? coffdump_options::check
+                      : entries.parsed() ? coffdump_options::entries
+                                         : coffdump_options::list;
     if (options.command == coffdump_options::list && options.file.empty())
         return line.refuse("FILE is required");  // were it required, the name of a command would be taken for it
     if (all) {
         options.headers = options.sections = options.symbols = options.relocs = options.lines = options.strings = true;
         if (options.contents.empty())
-            options.contents = "*";
+            options.contents = '*';
     }
     return -1;
 }

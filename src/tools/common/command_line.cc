@@ -1,7 +1,8 @@
-// The help pages are made here and not by the parser library, whose own differ from version to version and show its
-// notation instead of the user's.
+// The one source that includes the parser library. The help pages are made here and not by that, whose own differ from
+// version to version and show its notation instead of the user's.
 #include "tools/common/command_line.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <utility>
@@ -87,21 +88,106 @@ public:
     }
 };
 
+template <typename VALUE>
+CLI::Option& add(CLI::App& app, const std::string& name, VALUE& value, const std::string& shown,
+                 const std::string& what) {
+    return *app.add_option(name, value, what)->type_name(shown);
+}
+
 }  // namespace
+
+declared_argument& declared_argument::required() {
+    option_->required();
+    return *this;
+}
+
+declared_argument& declared_argument::one_of(const std::vector<std::string>& words) {
+    option_->check(CLI::IsMember(words).description(""));
+    return *this;
+}
+
+declared_argument& declared_argument::refused_if(const std::function<std::string(const std::string&)>& fault_of) {
+    option_->check(fault_of);
+    return *this;
+}
+
+void command_arguments::add_flag(const std::string& name, bool& given, const std::string& what) {
+    app_->add_flag(name, given, what);
+}
+
+void command_arguments::add_flag_with_value(const std::string& name, std::string& value, const std::string& shown,
+                                            const std::string& otherwise, const std::string& what) {
+    app_->add_flag(name + '{' + otherwise + '}', value, what)->type_name("[=" + shown + ']');
+}
+
+declared_argument command_arguments::add_option(const std::string& name, std::string& value, const std::string& shown,
+                                                const std::string& what) {
+    return declared_argument(add(*app_, name, value, shown, what));
+}
+
+declared_argument command_arguments::add_option(const std::string& name, int& value, const std::string& shown,
+                                                const std::string& what) {
+    return declared_argument(add(*app_, name, value, shown, what));
+}
+
+declared_argument command_arguments::add_repeated_option(const std::string& name, std::vector<std::string>& values,
+                                                         const std::string& shown, const std::string& what) {
+    CLI::Option& option = add(*app_, name, values, shown, what);
+    return declared_argument(*option.expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll));
+}
+
+declared_argument command_arguments::add_list_option(const std::string& name, std::vector<std::string>& values,
+                                                     const std::string& shown, const std::string& what) {
+    return declared_argument(add(*app_, name, values, shown, what));
+}
+
+declared_argument command_arguments::add_positional(const std::string& name, std::string& value,
+                                                    const std::string& shown, const std::string& what) {
+    return declared_argument(add(*app_, name, value, shown, what));
+}
+
+declared_argument command_arguments::add_positional(const std::string& name, std::vector<std::string>& values,
+                                                    const std::string& shown, const std::string& what) {
+    return declared_argument(add(*app_, name, values, shown, what));
+}
+
+void command_arguments::add_rest(std::vector<std::string>& rest) {
+    app_->allow_extras();
+    app_->final_callback([app = app_, &rest] { rest = app->remaining(); });
+}
+
+void command_arguments::add_note(const std::string& note) {
+    app_->footer(note + '\n' + app_->get_footer());
+}
+
+void command_arguments::when_parsed(std::function<void()> call) {
+    app_->parse_complete_callback(std::move(call));
+}
+
+bool command_arguments::parsed() const {
+    return app_->parsed();
+}
 
 command_line::command_line(const std::string& name, const std::string& what, std::string statuses,
                            const std::string& examples)
-    : app_(what, name), statuses_(std::move(statuses)) {
-    app_.formatter(std::make_shared<house_help>());
-    app_.set_help_flag("-h,--help", "this help");
-    app_.set_version_flag("--version", name + " " MODFORGE_VERSION, "the version of the program");
-    app_.footer(notes(examples));
+    : app_(std::make_unique<CLI::App>(what, name)), statuses_(std::move(statuses)) {
+    app_->formatter(std::make_shared<house_help>());
+    app_->set_help_flag("-h,--help", "this help");
+    app_->set_version_flag("--version", name + " " MODFORGE_VERSION, "the version of the program");
+    app_->footer(notes(examples));
 }
 
-CLI::App* command_line::add_command(const std::string& name, const std::string& what, const std::string& examples) {
-    CLI::App* command = app_.add_subcommand(name, what);
+command_line::~command_line() = default;
+
+command_arguments command_line::add_command(const std::string& name, const std::string& what,
+                                            const std::string& examples) {
+    CLI::App* command = app_->add_subcommand(name, what);
     command->footer(notes(examples));
-    return command;
+    return command_arguments(*command);
+}
+
+void command_line::require_command() {
+    app_->require_subcommand(1);
 }
 
 std::string command_line::notes(const std::string& examples) const {
@@ -110,17 +196,17 @@ std::string command_line::notes(const std::string& examples) const {
 
 int command_line::parse(int argc, char** argv) {
     if (argc <= 1) {
-        std::fputs(usage_of(app_).c_str(), stderr);
-        std::fprintf(stderr, "Try '%s --help'.\n", app_.get_name().c_str());
+        std::fputs(usage_of(*app_).c_str(), stderr);
+        std::fprintf(stderr, "Try '%s --help'.\n", app_->get_name().c_str());
         return status_trouble;
     }
     try {
-        app_.parse(argc, argv);
+        app_->parse(argc, argv);
     } catch (const CLI::CallForVersion& e) {
         std::printf("%s\n", e.what());
         return status_good;
     } catch (const CLI::CallForHelp&) {
-        std::fputs(app_.help().c_str(), stdout);
+        std::fputs(app_->help().c_str(), stdout);
         return status_good;
     } catch (const CLI::ParseError& e) {
         return refuse(e.what());
@@ -129,13 +215,8 @@ int command_line::parse(int argc, char** argv) {
 }
 
 int command_line::refuse(const std::string& message) const {
-    const auto parsed = app_.get_subcommands();
-    const std::string page = app_.get_name() + (parsed.empty() ? "" : ' ' + parsed[0]->get_name());
+    const auto parsed = app_->get_subcommands();
+    const std::string page = app_->get_name() + (parsed.empty() ? "" : ' ' + parsed[0]->get_name());
     complain("%s (try '%s --help')", printable(message).c_str(), page.c_str());
     return status_trouble;
-}
-
-CLI::Option* add_flag_with_value(CLI::App& command, const std::string& name, std::string& value,
-                                 const std::string& value_name, const std::string& otherwise, const std::string& what) {
-    return command.add_flag(name + '{' + otherwise + '}', value, what)->type_name("[=" + value_name + ']');
 }

@@ -1,6 +1,7 @@
 // The command check: the findings of each file, as lines or as a document.
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 
 #include "tools/common/file_input.h"
 #include "tools/common/json_writer.h"
@@ -54,11 +55,11 @@ int check(const check_arguments& given) {
     return status;
 }
 
-std::function<int()> set_up_check(CLI::App& app) {
+std::function<int()> set_up_check(command_arguments& arguments) {
     auto given = std::make_shared<check_arguments>();
-    add_files(app, given->paths);
-    app.add_flag("--strict", given->strict, "warnings make the status 1, too");
-    app.add_flag("--json", given->json, "the findings as a JSON document");
+    add_files(arguments, given->paths);
+    arguments.add_flag("--strict", given->strict, "warnings make the status 1, too");
+    arguments.add_flag("--json", given->json, "the findings as a JSON document");
     return [given] { return check(*given); };
 }
 

@@ -7,18 +7,14 @@ constexpr const char* file_words = "a module, binary or text; - for standard inp
 
 }  // namespace
 
-CLI::Option* add_file(CLI::App& app, std::string& path) {
-    return add_positional(app, "FILE", path, file_words, "FILE")->required();
+void add_file(command_arguments& arguments, std::string& path) {
+    arguments.add_positional("FILE", path, "FILE", file_words).required();
 }
 
-CLI::Option* add_files(CLI::App& app, std::vector<std::string>& paths) {
-    return add_positional(app, "FILE", paths, file_words, "FILE...")->required();
+void add_files(command_arguments& arguments, std::vector<std::string>& paths) {
+    arguments.add_positional("FILE", paths, "FILE...", file_words).required();
 }
 
-CLI::Option* add_output(CLI::App& app, std::string& path, const std::string& what) {
-    return app.add_option("-o,--output", path, what + "; - for standard output")->required()->type_name("FILE");
-}
-
-CLI::Validator one_of(const std::vector<std::string>& words) {
-    return CLI::IsMember(words).description("");
+void add_output(command_arguments& arguments, std::string& path, const std::string& what) {
+    arguments.add_option("-o,--output", path, "FILE", what + "; - for standard output").required();
 }

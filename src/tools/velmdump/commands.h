@@ -3,6 +3,8 @@
 #define MODFORGE_TOOLS_VELMDUMP_COMMANDS_H
 
 #include <functional>
+#include <string>
+#include <vector>
 
 #include "tools/common/command_line.h"
 
@@ -11,7 +13,7 @@ struct command {
     const char* examples;  ///< whole lines, each a call, indented by two blanks
     /// Declares the arguments and returns what the command does once they are read. That lives as long as the parser,
     /// so it owns what the arguments are read into; it returns a tool_status.
-    std::function<int()> (*set_up)(CLI::App& app);
+    std::function<int()> (*set_up)(command_arguments& arguments);
 };
 
 #define COMMAND(name) extern const command name##_command;
@@ -19,12 +21,10 @@ struct command {
 #undef COMMAND
 
 /// The positional argument FILE of commands that take one module.
-CLI::Option* add_file(CLI::App& app, std::string& path);
+void add_file(command_arguments& arguments, std::string& path);
 /// The positional argument FILE... of commands that take several.
-CLI::Option* add_files(CLI::App& app, std::vector<std::string>& paths);
+void add_files(command_arguments& arguments, std::vector<std::string>& paths);
 /// The option -o, which must be given.
-CLI::Option* add_output(CLI::App& app, std::string& path, const std::string& what);
-/// Takes one of the words. The help of the option has to name them.
-CLI::Validator one_of(const std::vector<std::string>& words);
+void add_output(command_arguments& arguments, std::string& path, const std::string& what);
 
 #endif

@@ -1,4 +1,6 @@
 // The command convert.
+#include <memory>
+
 #include "tools/common/tool_run.h"
 #include "tools/velmdump/byte_order.h"
 #include "tools/velmdump/commands.h"
@@ -33,16 +35,14 @@ int convert(const convert_arguments& given) {
     return write_output(given.output, {given.path}, print) ? status_good : status_trouble;
 }
 
-std::function<int()> set_up_convert(CLI::App& app) {
+std::function<int()> set_up_convert(command_arguments& arguments) {
     auto given = std::make_shared<convert_arguments>();
-    add_file(app, given->path);
-    add_output(app, given->output, "the module to write");
-    app.add_option("--byte-order", given->byte_order, "little or big; otherwise as it is")
-        ->check(one_of({"little", "big"}))
-        ->type_name("ORDER");
-    app.add_option("--form", given->form, "binary or text; otherwise as it is")
-        ->check(one_of({"binary", "text"}))
-        ->type_name("FORM");
+    add_file(arguments, given->path);
+    add_output(arguments, given->output, "the module to write");
+    arguments.add_option("--byte-order", given->byte_order, "ORDER", "little or big; otherwise as it is")
+        .one_of({"little", "big"});
+    arguments.add_option("--form", given->form, "FORM", "binary or text; otherwise as it is")
+        .one_of({"binary", "text"});
     return [given] { return convert(*given); };
 }
 

@@ -1,6 +1,7 @@
 // The command diff: differences as lines or as a document.
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 
 #include "tools/common/file_input.h"
 #include "tools/common/json_writer.h"
@@ -88,12 +89,12 @@ int diff(const diff_arguments& given) {
                : status_faults;
 }
 
-std::function<int()> set_up_diff(CLI::App& app) {
+std::function<int()> set_up_diff(command_arguments& arguments) {
     auto given = std::make_shared<diff_arguments>();
-    add_positional(app, "A", given->paths[0], "a module, binary or text; - for standard input", "A")->required();
-    add_positional(app, "B", given->paths[1], "what it is compared with", "B")->required();
-    app.add_flag("--ignore-stamp", given->ignore_stamp, "time stamps may differ");
-    app.add_flag("--json", given->json, "the differences as a JSON document");
+    arguments.add_positional("A", given->paths[0], "A", "a module, binary or text; - for standard input").required();
+    arguments.add_positional("B", given->paths[1], "B", "what it is compared with").required();
+    arguments.add_flag("--ignore-stamp", given->ignore_stamp, "time stamps may differ");
+    arguments.add_flag("--json", given->json, "the differences as a JSON document");
     return [given] { return diff(*given); };
 }
 

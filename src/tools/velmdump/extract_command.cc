@@ -1,4 +1,6 @@
 // The command extract.
+#include <memory>
+
 #include "tools/common/file_input.h"
 #include "tools/common/text_forms.h"
 #include "tools/common/tool_run.h"
@@ -34,11 +36,11 @@ int extract(const extract_arguments& given) {
     return write_output(given.output, {given.path}, print) ? status_good : status_trouble;
 }
 
-std::function<int()> set_up_extract(CLI::App& app) {
+std::function<int()> set_up_extract(command_arguments& arguments) {
     auto given = std::make_shared<extract_arguments>();
-    add_file(app, given->path);
-    add_positional(app, "SECTION", given->section, "the section, by name or by number", "SECTION")->required();
-    add_output(app, given->output, "the file to write");
+    add_file(arguments, given->path);
+    arguments.add_positional("SECTION", given->section, "SECTION", "the section, by name or by number").required();
+    add_output(arguments, given->output, "the file to write");
     return [given] { return extract(*given); };
 }
 

@@ -20,11 +20,11 @@ int run(int argc, char** argv) {
                       "Exit status: 0 good (sound, nothing missing, the same), 1 faults (or missing, or different),\n"
                       "2 usage or input/output trouble.\n",
                       "  velmdump check app.vlm\n  velmdump show --help\n");
-    line.program().require_subcommand(1);
+    line.require_command();
     std::function<int()> wanted;
     for (const registered_command& each : all_commands) {
-        CLI::App* app = line.add_command(each.name, each.facts.what, each.facts.examples);
-        app->parse_complete_callback([&wanted, work = each.facts.set_up(*app)] { wanted = work; });
+        command_arguments arguments = line.add_command(each.name, each.facts.what, each.facts.examples);
+        arguments.when_parsed([&wanted, work = each.facts.set_up(arguments)] { wanted = work; });
     }
     const int early = line.parse(argc, argv);
     return early >= 0 ? early : wanted();

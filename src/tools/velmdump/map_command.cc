@@ -1,4 +1,6 @@
 // The command map.
+#include <memory>
+
 #include "tools/common/tool_run.h"
 #include "tools/velmdump/commands.h"
 #include "tools/velmdump/drawn_text.h"
@@ -24,10 +26,10 @@ int draw(const map_arguments& given) {
     return write_output(given.output, {given.path}, print) ? status_good : status_trouble;
 }
 
-std::function<int()> set_up_map(CLI::App& app) {
+std::function<int()> set_up_map(command_arguments& arguments) {
     auto given = std::make_shared<map_arguments>();
-    add_file(app, given->path);
-    add_output(app, given->output, "the picture to write");
+    add_file(arguments, given->path);
+    add_output(arguments, given->output, "the picture to write");
     return [given] { return draw(*given); };
 }
 

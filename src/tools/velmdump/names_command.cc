@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
+#include <memory>
 
 #include "tools/common/file_input.h"
 #include "tools/common/json_writer.h"
@@ -108,24 +109,22 @@ int print_imports(const names_arguments& given) {
     return status;
 }
 
-std::function<int()> set_up_exports(CLI::App& app) {
+std::function<int()> set_up_exports(command_arguments& arguments) {
     auto given = std::make_shared<names_arguments>();
-    add_files(app, given->paths);
-    app.add_flag("--json", given->json, "as a JSON document");
+    add_files(arguments, given->paths);
+    arguments.add_flag("--json", given->json, "as a JSON document");
     return [given] { return print_exports(*given); };
 }
 
-std::function<int()> set_up_imports(CLI::App& app) {
+std::function<int()> set_up_imports(command_arguments& arguments) {
     auto given = std::make_shared<names_arguments>();
-    add_files(app, given->paths);
-    app.add_option("--against", given->against,
-                   "what is on offer, a module or a list with one name a line: print\n"
-                   "only what is missing; may be given several times")
-        ->type_name("FILE")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-        ->check([](const std::string& path) { return path.empty() ? "it names no file" : ""; });
-    app.add_flag("--json", given->json, "as a JSON document");
+    add_files(arguments, given->paths);
+    arguments
+        .add_repeated_option("--against", given->against, "FILE",
+                             "what is on offer, a module or a list with one name a line: print\n"
+                             "only what is missing; may be given several times")
+        .refused_if([](const std::string& path) { return path.empty() ? "it names no file" : ""; });
+    arguments.add_flag("--json", given->json, "as a JSON document");
     return [given] { return print_imports(*given); };
 }
 

@@ -1,4 +1,6 @@
 // The command report: takes unsound modules, too, and tells them by its status.
+#include <memory>
+
 #include "tools/common/tool_run.h"
 #include "tools/velmdump/commands.h"
 #include "tools/velmdump/module_file.h"
@@ -29,10 +31,10 @@ int report(const report_arguments& given) {
                : status_trouble;
 }
 
-std::function<int()> set_up_report(CLI::App& app) {
+std::function<int()> set_up_report(command_arguments& arguments) {
     auto given = std::make_shared<report_arguments>();
-    add_files(app, given->paths);
-    add_output(app, given->output, "the page to write");
+    add_files(arguments, given->paths);
+    add_output(arguments, given->output, "the page to write");
     return [given] { return report(*given); };
 }
 

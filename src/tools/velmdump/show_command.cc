@@ -1,4 +1,6 @@
 // The command show.
+#include <memory>
+
 #include "tools/common/text_forms.h"
 #include "tools/common/tool_run.h"
 #include "tools/velmdump/commands.h"
@@ -19,7 +21,7 @@ int show(show_arguments given) {
     if (given.all)
         given.parts.symbols = given.parts.strings = given.parts.packets = given.parts.relocs = true;
     if (given.all && given.parts.contents.empty())
-        given.parts.contents = "*";
+        given.parts.contents = '*';
     int status = status_good;
     const auto file = read_module(given.path, wanted_module::any, status);
     if (!file)
@@ -33,17 +35,17 @@ int show(show_arguments given) {
     return file->sound() ? status_good : status_faults;
 }
 
-std::function<int()> set_up_show(CLI::App& app) {
+std::function<int()> set_up_show(command_arguments& arguments) {
     auto given = std::make_shared<show_arguments>();
-    add_file(app, given->path);
-    app.add_flag("--symbols", given->parts.symbols, "every symbol");
-    app.add_flag("--strings", given->parts.strings, "the string table");
-    app.add_flag("--packets", given->parts.packets, "every image packet");
-    app.add_flag("--relocs", given->parts.relocs, "every packet with its relocations");
-    add_flag_with_value(app, "--contents", given->parts.contents, "SECTION", "*",
-                        "contents in hex, of one section with its name");
-    app.add_flag("--all", given->all, "everything above");
-    app.add_flag("--json", given->json, "everything, as one JSON document");
+    add_file(arguments, given->path);
+    arguments.add_flag("--symbols", given->parts.symbols, "every symbol");
+    arguments.add_flag("--strings", given->parts.strings, "the string table");
+    arguments.add_flag("--packets", given->parts.packets, "every image packet");
+    arguments.add_flag("--relocs", given->parts.relocs, "every packet with its relocations");
+    arguments.add_flag_with_value("--contents", given->parts.contents, "SECTION", "*",
+                                  "contents in hex, of one section with its name");
+    arguments.add_flag("--all", given->all, "everything above");
+    arguments.add_flag("--json", given->json, "everything, as one JSON document");
     return [given] { return show(*given); };
 }
 

@@ -1,6 +1,8 @@
 // Sizes as a build wants to see them: of one module by section, of several a line each, or what changed since another.
+#include <array>
 #include <cstdio>
 #include <map>
+#include <memory>
 #include <utility>
 
 #include "tools/common/file_input.h"
@@ -173,12 +175,12 @@ int size(const size_arguments& given) {
     return status;
 }
 
-std::function<int()> set_up_size(CLI::App& app) {
+std::function<int()> set_up_size(command_arguments& arguments) {
     auto given = std::make_shared<size_arguments>();
-    add_files(app, given->paths);
-    app.add_flag("--sections", given->sections, "every section, of several modules, too");
-    app.add_option("--against", given->against, "an older module: what changed since, by section")->type_name("FILE");
-    app.add_flag("--json", given->json, "as one JSON document");
+    add_files(arguments, given->paths);
+    arguments.add_flag("--sections", given->sections, "every section, of several modules, too");
+    arguments.add_option("--against", given->against, "FILE", "an older module: what changed since, by section");
+    arguments.add_flag("--json", given->json, "as one JSON document");
     return [given] { return size(*given); };
 }
 

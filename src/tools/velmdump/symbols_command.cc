@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <tuple>
 
 #include "tools/common/json_writer.h"
@@ -158,16 +159,14 @@ int symbols(const symbols_arguments& given) {
     return status;
 }
 
-std::function<int()> set_up_symbols(CLI::App& app) {
+std::function<int()> set_up_symbols(command_arguments& arguments) {
     auto given = std::make_shared<symbols_arguments>();
-    add_file(app, given->path);
-    app.add_option("--sort", given->order, "address (as it is without this), name or size")
-        ->check(one_of({"address", "name", "size"}))
-        ->type_name("ORDER");
-    app.add_option("--section", given->section, "only those of one section, by name or by number")
-        ->type_name("SECTION");
-    app.add_flag("--all", given->all, "the nameless ones, too");
-    app.add_flag("--json", given->json, "as one JSON document");
+    add_file(arguments, given->path);
+    arguments.add_option("--sort", given->order, "ORDER", "address (as it is without this), name or size")
+        .one_of({"address", "name", "size"});
+    arguments.add_option("--section", given->section, "SECTION", "only those of one section, by name or by number");
+    arguments.add_flag("--all", given->all, "the nameless ones, too");
+    arguments.add_flag("--json", given->json, "as one JSON document");
     return [given] { return symbols(*given); };
 }
 

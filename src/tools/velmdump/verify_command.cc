@@ -30,6 +30,7 @@ constexpr int most_places = 16;
 struct verify_arguments {
     std::string module, input;
     bool account = false;
+    std::vector<std::string> options;  ///< modforge's
 };
 
 /// Takes an option of modforge, in one of the forms that modforge takes. False, after a message, for any other.
@@ -183,10 +184,10 @@ int judge(const module_file& given, const conversion_request& request, const con
     return status_faults;
 }
 
-int verify(const verify_arguments& given, const std::vector<std::string>& options) {
+int verify(const verify_arguments& given) {
     conversion_request request;
     std::vector<std::string> entries_files;
-    for (const std::string& option : options)
+    for (const std::string& option : given.options)
         if (!take_option(option, request, entries_files))
             return status_trouble;
     int status = status_good;
@@ -212,19 +213,18 @@ int verify(const verify_arguments& given, const std::vector<std::string>& option
     return status;
 }
 
-std::function<int()> set_up_verify(CLI::App& app) {
+std::function<int()> set_up_verify(command_arguments& arguments) {
     auto given = std::make_shared<verify_arguments>();
-    add_positional(app, "MODULE", given->module, "a module, binary or text; - for standard input", "MODULE")
-        ->required();
-    add_positional(app, "INPUT", given->input, "the COFF file, named as in the call of modforge", "FILE.out")
-        ->required();
-    app.add_flag("--account", given->account, "tell what became of everything in the input, and why");
-    app.allow_extras();
-    app.footer(
+    arguments.add_positional("MODULE", given->module, "MODULE", "a module, binary or text; - for standard input")
+        .required();
+    arguments.add_positional("INPUT", given->input, "FILE.out", "the COFF file, named as in the call of modforge")
+        .required();
+    arguments.add_flag("--account", given->account, "tell what became of everything in the input, and why");
+    arguments.add_rest(given->options);
+    arguments.add_note(
         "Options of modforge, written as there: -e=FILE -c -s -p=N; -fc if MODULE must be text. -q and -o=FILE,\n"
-        "which change nothing in a module, are accepted.\n\n" +
-        app.get_footer());
-    return [given, &app] { return verify(*given, app.remaining()); };
+        "which change nothing in a module, are accepted.\n");
+    return [given] { return verify(*given); };
 }
 
 }  // namespace
