@@ -37,8 +37,9 @@ void COFF_SECTION::init_section(const scnhdr* header) {
         name_ = file_->long_name(name_offset(header_.s_name));
         return;
     }
-    own_name_.assign(header_.s_name, strnlen(header_.s_name, sizeof header_.s_name));
-    name_ = own_name_.c_str();
+    std::memcpy(short_name_, header_.s_name, sizeof header_.s_name);
+    short_name_[sizeof header_.s_name] = '\0';
+    name_ = short_name_;
 }
 
 bool COFF_SECTION::read_scn() {
@@ -183,14 +184,17 @@ void COFF_SECTION::leave_file() {
         read_raw_data();
         read_lnnos();
     }
-    if (name_ != own_name_.c_str())
+    if (name_ != short_name_ && name_ != long_name_.get())
         set_name(name_);
     symndx_ = 0;
 }
 
 void COFF_SECTION::set_name(const char* name) {
-    own_name_ = name;
-    name_ = own_name_.c_str();
+    const std::size_t size = std::strlen(name) + 1;
+    auto copy = std::make_unique_for_overwrite<char[]>(size);
+    std::memcpy(copy.get(), name, size);
+    long_name_ = std::move(copy);  // now: `name` may be the one it had
+    name_ = long_name_.get();
 }
 
 std::uint32_t COFF_SECTION::symndx() {

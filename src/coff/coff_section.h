@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <memory>
 #include <span>
-#include <string>
 
 #include "coff/psn.h"
 #include "containers/record_pool.h"
@@ -233,24 +232,25 @@ private:
     unsigned char* encoded_number(const char* where);
     void advance_to(const unsigned char* place);
 
+    // In an order that leaves no gaps: a file may have tens of thousands of sections.
     COFF_FILE* file_ = nullptr;
-    const char* name_ = "";  ///< in own_name_, or in the file's string table
-    std::uint16_t width_ = 8;
+    const char* name_ = "";  ///< in short_name_, in long_name_ or in the file's string table
     std::unique_ptr<unsigned char[]> raw_data_;
     scnhdr header_{};
-    std::uint32_t cursor_ = 0;  ///< bytes from the start of the contents
     std::unique_ptr<lineno_slot[]> lnnos_;
-    bool written_ = false;
-    std::uint16_t scnum_ = 0;
-    std::uint32_t symndx_ = 0;  ///< 0: not known
-
-    bool owned_ = false;    ///< by its file, which deletes it
-    bool in_room_ = false;  ///< which its file has for the sections that it reads
-    std::string own_name_;
     std::span<reloc> read_relocs_;                    ///< in own_relocs_, or in the file's table
     std::unique_ptr<reloc[]> own_relocs_;             ///< of a section that was read by itself
     mutable std::unique_ptr<reloc_list> reloc_list_;  ///< null until it is asked for; see relocs()
+    std::unique_ptr<char[]> long_name_;
+    std::uint32_t cursor_ = 0;    ///< bytes from the start of the contents
     std::uint32_t raw_size_ = 0;  ///< bytes of raw_data_, which a later change of width or flags does not change
+    std::uint32_t symndx_ = 0;    ///< 0: not known
+    std::uint16_t width_ = 8;
+    std::uint16_t scnum_ = 0;
+    bool written_ = false;
+    bool owned_ = false;    ///< by its file, which deletes it
+    bool in_room_ = false;  ///< which its file has for the sections that it reads
+    char short_name_[sizeof(scnhdr::s_name) + 1];
 };
 
 #endif

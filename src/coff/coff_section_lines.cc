@@ -37,7 +37,7 @@ void COFF_SECTION::read_lnnos() {
 
 /// Functions note where their line numbers are; they have to be told from the pointer that was read.
 void COFF_SECTION::move_lnnos(std::uint32_t pointer) {
-    if (file_)
+    if (file_ && pointer != header_.s_lnnoptr)
         file_->symbol_table()->make_symbols();
     header_.s_lnnoptr = pointer;
 }

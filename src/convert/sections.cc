@@ -59,7 +59,7 @@ std::uint16_t section_type(COFF_SECTION* scn) {
 std::uint32_t load_flags(COFF_SECTION* scn) {
     // Nobody runs the start-up code of a file that is not executable: its initialisation tables are the loader's work.
     const bool loader_initialises = (coff_file.fh_flags() & f_exec) == 0 && !allow_runtime_cinit;
-    if (is_cinit(scn) && !has_flag(scn, s_copy) && loader_initialises)
+    if (loader_initialises && !has_flag(scn, s_copy) && is_cinit(scn))
         scn->add_flag(s_copy);
     const bool copied = has_flag(scn, s_copy);
     std::uint32_t flags = 0;

@@ -8,12 +8,11 @@
 
 namespace {
 
-constinit const char* current_message = "ERROR: Unable to allocate storage for the conversion\n";
 constinit int status_of_end = 1;
 
 [[noreturn]] void out_of_memory() {
     // Nothing here allocates: standard error is unbuffered.
-    std::fputs(current_message, stderr);
+    std::fputs(allocation_scope::current(), stderr);
     end_run(status_of_end);
 }
 
@@ -22,12 +21,4 @@ constinit int status_of_end = 1;
 void install_allocation_handler(int status) {
     status_of_end = status;
     std::set_new_handler(out_of_memory);
-}
-
-allocation_scope::allocation_scope(const char* message) : outer_(current_message) {
-    current_message = message;
-}
-
-allocation_scope::~allocation_scope() {
-    current_message = outer_;
 }

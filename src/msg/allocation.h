@@ -12,12 +12,16 @@ void install_allocation_handler(int status = 1);
 /// the text must outlive the object). Nested objects: the innermost speaks.
 class allocation_scope {
 public:
-    explicit allocation_scope(const char* message);
-    ~allocation_scope();
+    explicit allocation_scope(const char* message) : outer_(current_) { current_ = message; }
+    ~allocation_scope() { current_ = outer_; }
     allocation_scope(const allocation_scope&) = delete;
     allocation_scope& operator=(const allocation_scope&) = delete;
 
+    /// What is said now.
+    static const char* current() { return current_; }
+
 private:
+    static constinit inline const char* current_ = "ERROR: Unable to allocate storage for the conversion\n";
     const char* outer_;
 };
 
