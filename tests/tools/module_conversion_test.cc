@@ -1,6 +1,7 @@
 // Modules in another byte order and form are what a machine of that order writes for the same input.
 #include <gtest/gtest.h>
 
+#include "support/coff_builder.h"
 #include "support/random_request.h"
 #include "support/run_program.h"
 #include "tools/second_opinion/conversion.h"
@@ -30,6 +31,22 @@ TEST(ModuleConversion, EveryModuleIsThatOfAMachineOfTheOtherOrder) {
         for (const bool to_big : {false, true}) {
             ASSERT_EQ(in_byte_order(velm_module(decode_module(little)), to_big).bytes, to_big ? big : little) << seed;
             ASSERT_EQ(in_byte_order(velm_module(decode_module(big)), to_big).bytes, to_big ? big : little) << seed;
+        }
+    }
+}
+
+TEST(ModuleConversion, TellsTheOrderOfATextWithoutATarget) {
+    support::coff_image image{.target_id = 0, .symbols = {{.name = "_abcdef", .value = 5}}};
+    for (unsigned choice = 0; choice < 48; ++choice) {
+        image.flags = std::array<std::uint16_t, 4>{0, 1, 0x0103, 0x1100}[choice / 12];
+        image.symbols[0].scnum = static_cast<std::int16_t>(choice % 3 - 2);
+        const second_opinion::conversion_request request{
+            .input = image.data(), .entries = {choice % 2 == 0 ? "@abcdef" : ""}, .symbols_only = choice / 6 % 2 == 0};
+        for (const byte_order order : {byte_order::little, byte_order::big}) {
+            const bytes module = module_in(order, request);
+            ASSERT_FALSE(module.empty());
+            const velm_module read(decode_module(second_opinion::as_text(module, order)));
+            EXPECT_EQ(in_byte_order(read, order == byte_order::big).bytes, module) << choice;
         }
     }
 }

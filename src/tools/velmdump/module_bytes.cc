@@ -95,6 +95,28 @@ std::optional<bool> binary_order(const std::vector<unsigned char>& contents) {
     return std::nullopt;
 }
 
+/// Whether the half-words of a text stand in the order of a big-endian machine. Of two that share a word, one has values
+/// that the other has not. `words` goes on behind `head`.
+bool words_are_big_endian(const module_head& head, text_words& words) {
+    const auto low = [](std::uint32_t pair) { return pair & 0xFFFFU; };
+    // Reserved half-word, target id: the first is 0.
+    if (const std::uint32_t pair = head[offsetof(velm_filehdr, reserved) / 4]; pair != 0)
+        return low(pair) == pair;
+    // The target without a number is for modules without sections: behind their string table are symbols, or nothing.
+    const std::uint64_t symbol_word =
+        head[offsetof(velm_filehdr, strtab_size) / 4] / 4 + offsetof(velm_symbol_record, section) / 4;
+    std::uint32_t pair = 0;
+    bool there = true;
+    for (std::uint64_t i = 0; there && i <= symbol_word; ++i)
+        there = words.next(pair);
+    // Section, storage class: no class is 0 or has more than 8 bits, and a section is 0 or negative.
+    if (there)
+        return low(pair) != 0 && low(pair) <= 0xFF;
+    // File flags, entry section: the second is 0 or all ones.
+    pair = head[offsetof(velm_filehdr, flags) / 4];
+    return low(pair) == velm_absolute_entry || (low(pair) == 0 && pair >> 16 != velm_absolute_entry);
+}
+
 /// The byte order of the machine that wrote a text; nothing when this is no module in text form.
 std::optional<bool> text_order(const std::vector<unsigned char>& contents) {
     module_head head{};
@@ -105,9 +127,7 @@ std::optional<bool> text_order(const std::vector<unsigned char>& contents) {
     const bool marked = head[offsetof(velm_filehdr, byte_order_mark) / 4] == velm_byte_order_mark;
     if (!marked && (count < head.size() || !adds_up(head)))
         return std::nullopt;
-    // The reserved half-word and the target id share a word: the one is 0, the other is not.
-    const std::uint32_t mixed = head[offsetof(velm_filehdr, reserved) / 4];
-    return (mixed & 0xFFFFU) != 0 && mixed >> 16 == 0;
+    return words_are_big_endian(head, words);
 }
 
 /// Where `text` stops being what the converter makes of the words.

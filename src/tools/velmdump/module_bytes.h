@@ -21,8 +21,8 @@ struct line_stretch {
     std::size_t line;
 };
 
-/// The bytes of a module in the binary form. In the text form a word has no byte order: the one of the writer is
-/// guessed from the reserved half-word of the header.
+/// The bytes of a module in the binary form. In the text form a word has no byte order: half-words that share one tell
+/// that of the writer.
 struct module_bytes {
     std::vector<unsigned char> bytes;
     std::string why_no_module;  ///< why this is no VELM module, a clause; empty when it is one, sound or not
