@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "coff/coff_file.h"
+#include "coff/listing_text.h"
 #include "coff/target_width.h"
 #include "format/special_names.h"
 #include "msg/allocation.h"
@@ -133,7 +134,8 @@ unsigned char* COFF_SECTION::raw_data() {
 void COFF_SECTION::alloc_raw_data(std::uint32_t size) {
     const std::uint32_t bytes_per_unit = width_ >> 3U;
     if (bytes_per_unit == 0 || size > largest_size)
-        UMSG.die("COFF_SECTION::alloc_raw_data", "%s: cannot hold %u bytes in units of %u bits", name(), size, width_);
+        UMSG.die("COFF_SECTION::alloc_raw_data", "%s: cannot hold %s in units of %s", name(),
+                 counted(size, "byte").c_str(), counted(width_, "bit").c_str());
     lnnos_.reset();
     clear_relocs();
     raw_data_ = std::make_unique<unsigned char[]>(size);

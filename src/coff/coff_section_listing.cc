@@ -112,9 +112,9 @@ const char* COFF_SECTION::reloc_name(int type) const {
 
 void COFF_SECTION::dump_header(std::FILE* out) const {
     std::fprintf(out, "Section %u %s\n", scnum(), shown_name(name()).c_str());
-    std::fprintf(out, "  run address 0x%08X, load address 0x%08X, size %s of %u bits (%s), page %u\n", sh_paddr(),
-                 sh_vaddr(), counted(size_in_words(), "unit").c_str(), wordsz(), counted(byte_size(), "byte").c_str(),
-                 sh_page());
+    std::fprintf(out, "  run address 0x%08X, load address 0x%08X, size %s of %s (%s), page %u\n", sh_paddr(),
+                 sh_vaddr(), counted(size_in_words(), "unit").c_str(), counted(wordsz(), "bit").c_str(),
+                 counted(byte_size(), "byte").c_str(), sh_page());
     std::fprintf(out, "  flags 0x%08X (%s), aligned to %s\n", sh_flags(), names_of(sh_flags()).c_str(),
                  counted(1U << ((sh_flags() & s_align) >> 8), "unit").c_str());
     std::fprintf(out, "  contents at offset %u, %s at offset %u, %s at offset %u\n", sh_scnptr(),

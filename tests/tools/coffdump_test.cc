@@ -135,6 +135,12 @@ TEST_F(Coffdump, WhatTheFileDoesNotHoldIsNamed) {
         EXPECT_THAT(result.out, HasSubstr(".data:long_name")) << option;
     }
     EXPECT_THAT(run({"--all", "app.out"}).out, HasSubstr("contents are not in the file"));
+    image.sections[0].mwidth = 1;
+    files.write("app.out", image.data());
+    EXPECT_THAT(run({"--headers", "app.out"}).out, HasSubstr("units of 1 bit ("));
+    EXPECT_THAT(run({"check", "app.out"}).out,
+                HasSubstr("has a memory width of 1 bit (file offset 0x42)\n    modforge says: "
+                          "ERROR: Section .text: a memory width of 1 bits is not supported\n"));
 }
 
 // Whatever is cut off: the rest is listed, and the status tells.

@@ -144,12 +144,14 @@ class Judge:
     @staticmethod
     def judge_text(out, _schema):
         text = out.decode("latin-1")
-        for pattern, what in ((r"[^\n -~]", "raw byte"), (r"[ \t]+\n", "trailing blank"), (r"[^\n]\Z", "no last line break"),
-                              (r"\b0x[0-9A-F]*[a-f]", "small hex digit"),
-                              (r"(?<![\w.,:/+-])1 (?!class|address|nameless|has|lies|\w+ \d|(relocations|line numbers) of)[a-z]+s\b",
-                               "plural of one")):
-            if found := re.search(pattern, text):
-                yield f"{what} in {text[max(0, found.start() - 60):found.end() + 60]!r}"
+        # Neither the text column of a hex dump nor the converter's words are the companions' own.
+        own = re.sub(r"(?m)(?<=  \|).*(?=\|$)|(?<=^    modforge says: ).*", "", text)
+        plural = r"(?<![\w.,:/+-])1 (?!class|address|nameless|has|lies|\w+ \d|(relocations|line numbers) of)[a-z]+s\b"
+        for pattern, what, where in ((r"[^\n -~]", "raw byte", text), (r"[ \t]+\n", "trailing blank", text),
+                                     (r"[^\n]\Z", "no last line break", text),
+                                     (r"\b0x[0-9A-F]*[a-f]", "small hex digit", own), (plural, "plural of one", own)):
+            if found := re.search(pattern, where):
+                yield f"{what} in {where[max(0, found.start() - 60):found.end() + 60]!r}"
 
     def judge_json(self, out, schema):
         if any(byte > 126 or byte < 32 and byte != 10 for byte in out):

@@ -108,7 +108,7 @@ void conversion_checks::look_at_section(std::uint32_t number) {
     const std::uint32_t width = width_of(image_, section);
     const bool dropped = symbols_only_ || (section.s_flags & (s_dummy | s_noload)) != 0;
     if (!dropped && width != 8 && width != 16 && width != 32)
-        error(image_.section_title(number) + " has a memory width of " + std::to_string(width) + " bits (file offset " +
+        error(image_.section_title(number) + " has a memory width of " + counted(width, "bit") + " (file offset " +
                   hex_number(image_.section_at(number) + offsetof(scnhdr, s_mwidth)) + ")",
               "ERROR: Section " + name_of(number) + ": a memory width of " + std::to_string(width) +
                   " bits is not supported",
