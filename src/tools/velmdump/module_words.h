@@ -2,6 +2,7 @@
 #ifndef MODFORGE_TOOLS_VELMDUMP_MODULE_WORDS_H
 #define MODFORGE_TOOLS_VELMDUMP_MODULE_WORDS_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -17,13 +18,17 @@ std::string brief(std::string_view name, std::size_t most = 255);
 /// millions of relocations may refer to a few symbols with long names. The module must outlive it.
 class brief_names {
 public:
-    explicit brief_names(const velm_module& module) : module_(module), last_(1U << 16) {}
+    explicit brief_names(const velm_module& module)
+        : module_(module), last_((std::size_t{1} << slot_bits) + neighbours) {}
 
     [[nodiscard]] const velm_module& module() const { return module_; }
     /// Valid until the next call.
     const std::string& at(std::uint32_t name_offset);
 
 private:
+    static constexpr unsigned slot_bits = 17;
+    static constexpr std::ptrdiff_t neighbours = 16;  ///< a name is in its own slot, or soon behind it
+
     struct known_name {
         std::uint32_t offset = 0;
         std::string words = {};  ///< empty for none
