@@ -268,7 +268,8 @@ const char* const driver = R"html(<pre id="seen"></pre><script>//<![CDATA[
 var seen = [], box = document.querySelector('[data-table="m1-symbols"]');
 function look(what) {
   var rows = Array.from(box.querySelectorAll("tbody tr:not(.pad)")), first = rows[0];
-  seen.push(what + ": " + box.querySelector("[role=status]").textContent + "; " +
+  var turned = box.querySelector("th[aria-sort]");
+  seen.push(what + ": " + (turned ? turned.getAttribute("aria-sort") + ", " : "") + box.querySelector("[role=status]").textContent + "; " +
             (first ? Array.from(first.children, function (cell) { return cell.textContent; }).join("|") : "") +
             "; " + (rows.length < 120 ? "few" : "all") + " in the page");
 }
@@ -287,6 +288,7 @@ press("Name"); look("by name");
 type("export  _E19"); look("two words");
 type("<none>"); look("nothing");
 type(""); look("all again");
+seen.push("before its section: " + document.querySelector('[data-table="m1-relocations"] td:nth-child(3)').textContent);
 document.getElementById("seen").textContent = seen.join("\n");
 //]]></script>)html";
 
@@ -294,6 +296,7 @@ TEST_F(VelmdumpEyes, TablesOfTheReportSortAndFilterInABrowser) {
     if (!support::file_exists(CHROMIUM_PROGRAM))
         GTEST_SKIP() << "no chromium on this machine: nobody has looked at the report";
     support::coff_image image = sample_with_copy();
+    image.sections[0].relocs[0].vaddr = 0xFE;
     for (unsigned i = 0; i < 200; ++i)
         image.symbols.push_back({.name = "_e" + std::to_string(i), .value = 0x20000 - i, .scnum = 1});
     write("big.vlm", image);
@@ -311,12 +314,13 @@ TEST_F(VelmdumpEyes, TablesOfTheReportSortAndFilterInABrowser) {
     EXPECT_THAT(browser.out,
                 HasSubstr("<pre id=\"seen\">"
                           "at first: 206 rows; 0|_main|export|0x00000104|.text|2|0; few in the page\n"
-                          "by value: 206 rows; 1|_printf|import|0x00000000|undefined|2|1; few in the page\n"
-                          "by value, down: 206 rows; 6|_e0|export|0x00020000|.text|2|0; few in the page\n"
-                          "by name: 206 rows; 5|_begin|export|0x00000100|.text|2|0; few in the page\n"
-                          "two words: 11 of 206 rows; 25|_e19|export|0x0001FFED|.text|2|0; few in the page\n"
-                          "nothing: 0 of 206 rows; ; few in the page\n"
-                          "all again: 206 rows; 5|_begin|export|0x00000100|.text|2|0; few in the page</pre>"));
+                          "by value: ascending, 206 rows; 1|_printf|import|0x00000000|undefined|2|1; few in the page\n"
+                          "by value, down: descending, 206 rows; 6|_e0|export|0x00020000|.text|2|0; few in the page\n"
+                          "by name: ascending, 206 rows; 5|_begin|export|0x00000100|.text|2|0; few in the page\n"
+                          "two words: ascending, 11 of 206 rows; 25|_e19|export|0x0001FFED|.text|2|0; few in the page\n"
+                          "nothing: ascending, 0 of 206 rows; ; few in the page\n"
+                          "all again: ascending, 206 rows; 5|_begin|export|0x00000100|.text|2|0; few in the page\n"
+                          "before its section: -0x2</pre>"));
 }
 
 }  // namespace

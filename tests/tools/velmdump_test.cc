@@ -230,6 +230,43 @@ TEST_F(Velmdump, DiffTellsWhatChangedInMeaning) {
                           "symbol _main: 0x00000104 class 2 in .text, 0x00000105 class 2 in .text\n");
 }
 
+TEST_F(Velmdump, DiffSeesEveryField) {
+    support::coff_image image = small_sample();
+    image.sections[0].contents.resize(1500);
+    image.sections[0].relocs[1].vaddr = 0x678;
+    write("a.vlm", image);
+    image.target_id = 0x97;
+    image.flags |= 2;
+    image.symbols[0].sclass = 21;
+    image.symbols[2].scnum = 2;
+    image.symbols[4] = {.name = "__DLStart", .value = 0x801, .scnum = 2};
+    image.sections[0].relocs[0] = {.vaddr = 0x102, .type = 16, .symndx = 2};
+    image.sections[0].relocs[1].disp = 5;
+    image.sections[1].mwidth = 16;
+    image.sections[1].contents.resize(6);
+    image.sections[2] = {.name = ".bss", .flags = 0x280, .paddr = 0x904, .vaddr = 0x908, .page = 7, .size = 20};
+    files.write("b.vlm", second_opinion::convert({.input_name = "b.out", .input = image.data()}).module);
+    EXPECT_EQ(run({"diff", "a.vlm", "b.vlm"}).out,
+              "module name: app.out, b.out\n"
+              "target: 0x00000099, 0x00000097\n"
+              "file flags: 0x00001100, 0x00001102\n"
+              "entry point: 0x00000000, 0x00000001\n"
+              "entry section: .text, .data\n"
+              "section .bss: run address: 0x00000900, 0x00000904\n"
+              "section .bss: load address: 0x00000900, 0x00000908\n"
+              "section .bss: size: 0x00000010, 0x00000014\n"
+              "section .bss: page: 0x00000000, 0x00000007\n"
+              "section .bss: flags: 0x00000012, 0x00000212\n"
+              "section .data: size: 0x00000004, 0x00000003\n"
+              "section .data: address units of 8 bits, 16 bits\n"
+              "section .data: 4 bytes of contents, 6 bytes\n"
+              "section .text: relocation at 0x2: (R_RELLONG, _printf), (R_RELWORD, _buffer)\n"
+              "section .text: relocation at 0x578: (R_RELWORD, 0x00000802 in .data), (R_RELWORD, 0x00000802 in .data, "
+              "displacement 0x0005)\n"
+              "symbol _buffer: 0x00000900 class 2 in .bss, 0x00000900 class 2 in .data\n"
+              "symbol _main: 0x00000104 class 2 in .text, 0x00000104 class 21 in .text\n");
+}
+
 // A relocation may lie before its section; it is not four milliards behind it.
 TEST_F(Velmdump, PlacesBeforeTheirSectionAreNegative) {
     support::coff_image image = small_sample();

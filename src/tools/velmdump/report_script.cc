@@ -71,12 +71,12 @@ const char* const report_script = R"js(
 
     // So that columns stand still while rows come and go.
     width(column) {
-      let most = this.table.columns[column].name.length + 3;
+      let most = this.table.columns[column].name.length + 1;
       for (const row of this.table.rows) {
         const length = shown(this.table, column, row[column]).length;
         if (length > most) most = length;
       }
-      return Math.min(most + 3, 90);
+      return Math.min(most + 1.7, 90);  // the padding with it
     }
 
     sort(column) {

@@ -9,7 +9,7 @@ const char* const report_style = R"(
 --link:#58a6ff;--good:#3fb950;--warn:#d29922;--bad:#ff7b72;--code:#6ea0d6;--data:#6cbf60;--bss:#8b949e;--relocs:#ff6b6b;
 --packets:#e3b341;--tables:#c79ab9}}
 *{box-sizing:border-box}
-body{margin:0 auto;max-width:1100px;padding:16px;background:var(--back);color:var(--text);
+body{margin:0 auto;max-width:1280px;padding:16px;background:var(--back);color:var(--text);
 font:14px/1.45 system-ui,-apple-system,"Segoe UI",sans-serif}
 h1{font-size:22px;margin:4px 0 12px}
 h2{font-size:19px;margin:36px 0 4px;padding-top:14px;border-top:2px solid var(--edge);overflow-wrap:anywhere}
@@ -41,14 +41,14 @@ border:1px solid var(--edge);border-radius:6px}
 .rows{max-height:440px;overflow:auto;border:1px solid var(--edge);border-radius:6px}
 .rows table{min-width:100%}
 .rows thead th{font:12px "DejaVu Sans Mono",ui-monospace,Menlo,Consolas,monospace;position:sticky;top:0;background:var(--card);border-bottom:1px solid var(--edge);padding:0}
-.rows th button{all:unset;box-sizing:border-box;width:100%;padding:4px 10px;cursor:pointer;
+.rows th button{all:unset;box-sizing:border-box;width:100%;padding:4px 6px;cursor:pointer;
 font:600 12px system-ui,-apple-system,"Segoe UI",sans-serif;white-space:nowrap}
 .rows th button:hover{color:var(--link)}
 .rows th button:focus-visible{outline:2px solid var(--link);outline-offset:-2px}
 .rows th button::after{content:"\2195";opacity:.35;margin-left:5px}
 .rows th[aria-sort=ascending] button::after{content:"\2191";opacity:1}
 .rows th[aria-sort=descending] button::after{content:"\2193";opacity:1}
-.rows td{height:24px;line-height:20px;padding:0 10px;unicode-bidi:isolate}
+.rows td{height:24px;line-height:20px;padding:0 6px;unicode-bidi:isolate}
 .rows tr.odd td{background:var(--card)}
 .rows tr.pad td{padding:0;height:auto;background:none}
 @media print{.rows{max-height:none}}
