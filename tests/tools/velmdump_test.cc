@@ -240,7 +240,7 @@ TEST_F(Velmdump, DiffSeesEveryField) {
     image.symbols[0].sclass = 21;
     image.symbols[2].scnum = 2;
     image.symbols[4] = {.name = "__DLStart", .value = 0x801, .scnum = 2};
-    image.sections[0].relocs[0] = {.vaddr = 0x102, .type = 16, .symndx = 2};
+    image.sections[0].relocs[0] = {.vaddr = 0x102, .type = 16, .symndx = 1};
     image.sections[0].relocs[1].disp = 5;
     image.sections[1].mwidth = 16;
     image.sections[1].contents.resize(6);
@@ -260,7 +260,7 @@ TEST_F(Velmdump, DiffSeesEveryField) {
               "section .data: size: 0x00000004, 0x00000003\n"
               "section .data: address units of 8 bits, 16 bits\n"
               "section .data: 4 bytes of contents, 6 bytes\n"
-              "section .text: relocation at 0x2: (R_RELLONG, _printf), (R_RELWORD, _buffer)\n"
+              "section .text: relocation at 0x2: (R_RELLONG, _printf), (R_RELWORD, _printf)\n"
               "section .text: relocation at 0x578: (R_RELWORD, 0x00000802 in .data), (R_RELWORD, 0x00000802 in .data, "
               "displacement 0x0005)\n"
               "symbol _buffer: 0x00000900 class 2 in .bss, 0x00000900 class 2 in .data\n"

@@ -24,13 +24,11 @@ escapes escapes_of(std::string_view text) {
     return more ? escapes::more : marks ? escapes::backslashes : escapes::none;
 }
 
+/// Without exceptions: a million names may be none.
 bool is_utf8(std::string_view text) {
-    try {
-        (void)nlohmann::json(text).dump();
-        return true;
-    } catch (const nlohmann::json::exception&) {
-        return false;
-    }
+    using handling = nlohmann::json::error_handler_t;
+    const nlohmann::json value(text);
+    return value.dump(-1, ' ', false, handling::ignore) == value.dump(-1, ' ', false, handling::replace);
 }
 
 /// As many bytes from the start as are worked on at once; no character is cut in two.
