@@ -35,7 +35,7 @@ template <typename VISIT> void finding_list::for_each(VISIT visit) const {
 
 void finding_list::print(std::FILE* out) const {
     for_each([out](const finding& f, bool first, unsigned long more) {
-        std::fprintf(out, "%s: %s: %s\n", printable(f.place).c_str(), f.error ? "error" : "warning",
+        std::fprintf(out, "%s: %s: %s\n", printable(f.place).c_str(), severity_word(f.error),
                      printable(f.text).c_str());
         if (!f.says.empty())
             std::fprintf(out, "    modforge says: %s\n", printable(f.says).c_str());
@@ -49,7 +49,7 @@ void finding_list::print(std::FILE* out) const {
 void finding_list::put(json_writer& json) const {
     for_each([&json](const finding& f, bool /*first*/, unsigned long more) {
         json.begin_object();
-        json.member("severity", f.error ? "error" : "warning");
+        json.member("severity", severity_word(f.error));
         json.member("place", printable(f.place));
         json.member("text", printable(f.text));
         if (!f.says.empty())

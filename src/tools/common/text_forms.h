@@ -17,6 +17,11 @@ std::string hex_place(std::int64_t place);
 /// Two upper-case hexadecimal digits for each byte.
 std::string hex_digits(std::string_view bytes);
 
+/// What stands before a finding.
+inline const char* severity_word(bool error) {
+    return error ? "error" : "warning";
+}
+
 /// "0x1F": a number in upper-case hexadecimal digits, without leading zeros.
 std::string hex_number(std::uint64_t number);
 

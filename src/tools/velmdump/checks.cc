@@ -32,7 +32,7 @@ constexpr std::uint64_t verify_offset = sizeof(velm_filehdr);
 
 /// The sums of the verification record and of the tables. Where the record is wrong, but right with the sums that the
 /// tables should have, one of its fields was hit and the tables are sound.
-void check_table_sums(const velm_module& module, sound_parts& parts, check_report& report) {
+void check_table_sums(const velm_module& module, sound_parts& parts, finding_list& report) {
     summed_table tables[] = {
         {"section header", module.section_headers(), module.symbol_records() - module.section_headers(),
          verify_offset + offsetof(velm_verifyrec, scnhdr_checksum), parts.sections},
@@ -60,7 +60,7 @@ void check_table_sums(const velm_module& module, sound_parts& parts, check_repor
 }
 
 /// Whether the first packet, or else the end of the file, lies where the tables end.
-bool tables_end_in_place(const velm_module& module, const sound_parts& parts, check_report& report) {
+bool tables_end_in_place(const velm_module& module, const sound_parts& parts, finding_list& report) {
     if (!parts.sections)
         return true;  // not known where the packets are
     const auto first = std::find_if(module.sections.begin(), module.sections.end(),
@@ -80,10 +80,10 @@ bool tables_end_in_place(const velm_module& module, const sound_parts& parts, ch
 }
 
 /// Sums and places. False when the parts are not where they seem to be.
-bool check_frame(const velm_module& module, sound_parts& parts, check_report& report) {
+bool check_frame(const velm_module& module, sound_parts& parts, finding_list& report) {
     const std::uint32_t sum = module.raw.sum(0, sizeof(velm_filehdr));
     parts.header = sum == 0xFFFFFFFFU;
-    check_report tables;
+    finding_list tables;
     const bool in_file = module.tables_end <= module.size() && module.header.strtab_size % 4 == 0;
     if (in_file)
         check_table_sums(module, parts, tables);
@@ -102,7 +102,7 @@ bool check_frame(const velm_module& module, sound_parts& parts, check_report& re
     return in_file && tables_end_in_place(module, parts, report);
 }
 
-void check_header(const velm_module& module, check_report& report) {
+void check_header(const velm_module& module, finding_list& report) {
     const velm_filehdr& header = module.header;
     if (header.byte_order_mark != velm_byte_order_mark)
         report.error(offsetof(velm_filehdr, byte_order_mark), "byte-order word is 0x%08X", header.byte_order_mark);
@@ -117,7 +117,7 @@ void check_header(const velm_module& module, check_report& report) {
 }  // namespace
 
 std::vector<finding> check_module(const velm_module& module) {
-    check_report report;
+    finding_list report;
     sound_parts parts;
     if (!module.has_header) {
         report.error(0, "not a VELM module: %s", module.raw.why_no_module.c_str());

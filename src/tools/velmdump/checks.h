@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "tools/velmdump/check_report.h"
+#include "tools/velmdump/findings.h"
 #include "tools/velmdump/velm_module.h"
 
 /// Every finding, in the order of the file; one cause gives one finding. Errors: no converter wrote this. Warnings:

@@ -1,9 +1,11 @@
 // Every record of a module as an object, in the order of the file, written while it is read.
 #include "tools/velmdump/json_form.h"
+#include "tools/common/text_forms.h"
 
 #include <string_view>
 
 #include "format/reloc_types.h"
+#include "tools/common/text_forms.h"
 #include "tools/velmdump/module_words.h"
 #include "tools/velmdump/string_checks.h"
 
@@ -168,7 +170,7 @@ private:
 void put_findings(json_writer& json, const std::vector<finding>& findings) {
     for (const finding& f : findings) {
         json.begin_object();
-        json.member("severity", f.error ? "error" : "warning");
+        json.member("severity", severity_word(f.error));
         json.member("offset", f.offset);
         if (f.line != 0)
             json.member("line", f.line);

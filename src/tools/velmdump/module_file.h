@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/velmdump/check_report.h"
+#include "tools/velmdump/findings.h"
 #include "tools/velmdump/velm_module.h"
 
 struct module_file {

@@ -11,8 +11,8 @@
 #include "format/limits.h"
 #include "format/reloc_types.h"
 #include "tools/common/text_forms.h"
-#include "tools/velmdump/check_report.h"
 #include "tools/velmdump/checks.h"
+#include "tools/velmdump/findings.h"
 #include "tools/velmdump/module_words.h"
 #include "tools/velmdump/packet_cuts.h"
 #include "tools/velmdump/reloc_checks.h"
@@ -23,7 +23,7 @@ namespace {
 /// Looks at the packets of one section, one after the other.
 class section_walk {
 public:
-    section_walk(const velm_module& module, const section_place& section, check_report& report)
+    section_walk(const velm_module& module, const section_place& section, finding_list& report)
         : module_(module), section_(section), report_(report), relocs_(module, section, report) {
         cuts_.packets.reserve(section.packets_in_file);
         cuts_.relocs.reserve(section.nreloc);
@@ -91,7 +91,7 @@ private:
 
     const velm_module& module_;
     const section_place& section_;
-    check_report& report_;
+    finding_list& report_;
     reloc_checker relocs_;
     section_cuts cuts_;
     std::int64_t contents_ = 0;  ///< bytes so far
@@ -100,7 +100,7 @@ private:
 
 class packet_checker {
 public:
-    packet_checker(const velm_module& module, const sound_parts& parts, check_report& report)
+    packet_checker(const velm_module& module, const sound_parts& parts, finding_list& report)
         : module_(module), parts_(parts), report_(report) {}
 
     void check_sections() {
@@ -126,8 +126,8 @@ private:
         std::uint64_t count = 0;      ///< packets up to there
         std::uint64_t own_end = 0;    ///< behind the last of those that the section claims
         std::uint64_t own_count = 0;  ///< these
-        check_report wrong_sums;
-        check_report first_wrong_sum;
+        finding_list wrong_sums;
+        finding_list first_wrong_sum;
     };
 
     /// The next section, from `index` on, that claims to have packets or a place for them.
@@ -166,7 +166,7 @@ private:
     }
 
     static void note_wrong_sum(const packet_place& packet, chain& packets) {
-        const auto tell = [&packet](check_report& report) {
+        const auto tell = [&packet](finding_list& report) {
             report.error(packet.offset + offsetof(velm_packet_header, checksum), "packet checksum 0x%08X is wrong",
                          packet.header.checksum);
         };
@@ -178,7 +178,7 @@ private:
     /// Checks the packets from `at` on as those of a section. Returns where the next section's begin.
     std::uint64_t check_section(const section_place& section, std::uint64_t at, const section_place* next) {
         const std::uint64_t limit = next ? next->header.first_packet : module_.size();
-        check_report inside;
+        finding_list inside;
         section_walk own(module_, section, inside);
         chain packets = walk(at, limit, section.header.npackets, &own);
         const bool cut_off = limit == module_.size() && packets.count < section.header.npackets;
@@ -198,7 +198,7 @@ private:
         return goes_on ? limit : packets.own_count < section.header.npackets ? module_.size() : packets.own_end;
     }
 
-    void finish(const section_place& section, const chain& packets, section_walk& own, check_report& inside) {
+    void finish(const section_place& section, const chain& packets, section_walk& own, finding_list& inside) {
         if (packets.count != section.header.npackets)
             inside.error(section.offset + offsetof(velm_scnhdr_record, npackets),
                          "%s of section %s, but %llu in the file", counted(section.header.npackets, "packet").c_str(),
@@ -247,14 +247,14 @@ private:
 
     const velm_module& module_;
     const sound_parts& parts_;
-    check_report& report_;
+    finding_list& report_;
     packet_cuts cuts_;
     bool lost_ = false;  ///< a chain did not end where it should
 };
 
 }  // namespace
 
-void check_packets(const velm_module& module, const sound_parts& parts, check_report& report) {
+void check_packets(const velm_module& module, const sound_parts& parts, finding_list& report) {
     packet_checker checker(module, parts, report);
     if (!parts.sections) {
         checker.check_sums();

@@ -7,7 +7,7 @@
 
 #include "format/limits.h"
 #include "tools/common/text_forms.h"
-#include "tools/velmdump/check_report.h"
+#include "tools/velmdump/findings.h"
 
 namespace {
 
@@ -58,7 +58,7 @@ packet_cuts::packet_cuts() {
         sizes_.push_back(size);
 }
 
-void packet_cuts::explain(const section_cuts& section, check_report& report) {
+void packet_cuts::explain(const section_cuts& section, finding_list& report) {
     for (auto packet = section.packets.begin(); packet != section.packets.end() && !sizes_.empty(); ++packet) {
         const auto next = std::next(packet);
         const bool last = next == section.packets.end();

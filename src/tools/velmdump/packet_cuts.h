@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-class check_report;
+class finding_list;
 
 /// The packets of one section as they are. Bytes from the start of the section.
 struct section_cuts {
@@ -32,7 +32,7 @@ public:
     packet_cuts();
 
     /// Whether there is still a packet size that explains every packet so far. If not, says so once.
-    void explain(const section_cuts& section, check_report& report);
+    void explain(const section_cuts& section, finding_list& report);
 
 private:
     std::vector<std::int64_t> sizes_;  ///< that explain everything so far; ascending

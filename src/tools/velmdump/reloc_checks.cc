@@ -5,7 +5,7 @@
 
 #include "format/reloc_types.h"
 #include "tools/common/text_forms.h"
-#include "tools/velmdump/check_report.h"
+#include "tools/velmdump/findings.h"
 
 namespace {
 

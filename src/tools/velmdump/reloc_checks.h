@@ -6,12 +6,12 @@
 
 #include "tools/velmdump/velm_module.h"
 
-class check_report;
+class finding_list;
 
 /// The relocations of one section, packet by packet.
 class reloc_checker {
 public:
-    reloc_checker(const velm_module& module, const section_place& section, check_report& report)
+    reloc_checker(const velm_module& module, const section_place& section, finding_list& report)
         : module_(module), section_(section), report_(report) {}
 
     /// One record at file offset `at`, in a packet that starts `packet_start` bytes into the section.
@@ -23,7 +23,7 @@ private:
 
     const velm_module& module_;
     const section_place& section_;
-    check_report& report_;
+    finding_list& report_;
     std::int64_t last_ = 0;  ///< place of the record before, bytes from the start of the section
 };
 

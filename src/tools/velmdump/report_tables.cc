@@ -1,11 +1,13 @@
 // Which columns each table has, and what of a module goes into them.
 #include "tools/velmdump/report_tables.h"
+#include "tools/common/text_forms.h"
 
 #include <algorithm>
 #include <vector>
 
 #include "coff/listing_text.h"
 #include "format/reloc_types.h"
+#include "tools/common/text_forms.h"
 #include "tools/velmdump/drawn_text.h"
 #include "tools/velmdump/module_facts.h"
 #include "tools/velmdump/module_sizes.h"
@@ -114,7 +116,7 @@ void print_findings_table(const module_file& file, const std::string& id, std::F
             break;
         table.begin_row();
         table.number(f.offset);
-        table.text(f.error ? "error" : "warning");
+        table.text(severity_word(f.error));
         table.text(f.text);
     }
     table.finish();

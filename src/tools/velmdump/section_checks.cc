@@ -13,8 +13,8 @@
 #include "format/special_names.h"
 #include "format/targets.h"
 #include "tools/common/text_forms.h"
-#include "tools/velmdump/check_report.h"
 #include "tools/velmdump/checks.h"
+#include "tools/velmdump/findings.h"
 #include "tools/velmdump/module_words.h"
 #include "tools/velmdump/velm_module.h"
 
@@ -63,7 +63,7 @@ const char* fault_in_flags(const section_place& section, bool cinit, bool stripp
 }
 
 /// What the file flags say of the relocations. Where every section says the opposite, it is they that are wrong.
-bool were_stripped(const velm_module& module, const sound_parts& parts, check_report& report) {
+bool were_stripped(const velm_module& module, const sound_parts& parts, finding_list& report) {
     const auto speaks = [](const section_place& s) { return is_relocated(s) || has_data(s); };
     const auto speaking = std::count_if(module.sections.begin(), module.sections.end(), speaks);
     const auto relocated = std::count_if(module.sections.begin(), module.sections.end(), is_relocated);
@@ -79,7 +79,7 @@ bool were_stripped(const velm_module& module, const sound_parts& parts, check_re
 }
 
 void check_section(const velm_module& module, const section_place& section, const sound_parts& parts, bool stripped,
-                   check_report& report) {
+                   finding_list& report) {
     const velm_scnhdr_record& header = section.header;
     // Without a name to trust, the rules about .cinit cannot be asked.
     const bool cinit = !parts.strings || module.name(section) == cinit_section_name;
@@ -119,7 +119,7 @@ int group_of(const velm_module& module, const section_place& section) {
     return section.header.npackets != 0 ? 3 : 2;
 }
 
-void check_order(const velm_module& module, check_report& report) {
+void check_order(const velm_module& module, finding_list& report) {
     int group = 1;
     bool tables_over = false;  // another section of the third group, or of an unknown one, came behind its tables
     for (const section_place& section : module.sections) {
@@ -144,7 +144,7 @@ struct extent {
 };
 
 /// A warning for each section that begins inside another one of its page.
-void check_overlaps(const velm_module& module, std::vector<extent> extents, const char* which, check_report& report) {
+void check_overlaps(const velm_module& module, std::vector<extent> extents, const char* which, finding_list& report) {
     std::sort(extents.begin(), extents.end(), [](const extent& a, const extent& b) {
         return std::tie(a.page, a.start, a.section) < std::tie(b.page, b.start, b.section);
     });
@@ -159,7 +159,7 @@ void check_overlaps(const velm_module& module, std::vector<extent> extents, cons
 }
 
 /// Sections that are not loaded, as those with debugging information, have addresses that mean nothing.
-void check_places(const velm_module& module, const sound_parts& parts, check_report& report) {
+void check_places(const velm_module& module, const sound_parts& parts, finding_list& report) {
     const bool stripped = !parts.header || (module.header.flags & f_relflg) != 0;
     std::vector<extent> run;
     std::vector<extent> load;
@@ -179,7 +179,7 @@ void check_places(const velm_module& module, const sound_parts& parts, check_rep
         check_overlaps(module, std::move(load), "load", report);
 }
 
-void check_entry(const velm_module& module, const sound_parts& parts, check_report& report) {
+void check_entry(const velm_module& module, const sound_parts& parts, finding_list& report) {
     const velm_filehdr& header = module.header;
     constexpr std::uint64_t at = offsetof(velm_filehdr, entry_scn);
     const section_place* section = nullptr;
@@ -209,7 +209,7 @@ bool is_copy_without_address(const section_place& section) {
     return section.header.npackets != 0 && (!has_data(section) || type_of(section) == velm_scn_init_table);
 }
 
-void check_sections(const velm_module& module, const sound_parts& parts, check_report& report) {
+void check_sections(const velm_module& module, const sound_parts& parts, finding_list& report) {
     if (parts.header)
         check_entry(module, parts, report);
     if (!parts.sections)

@@ -10,15 +10,15 @@
 #include <unordered_set>
 
 #include "tools/common/text_forms.h"
-#include "tools/velmdump/check_report.h"
 #include "tools/velmdump/checks.h"
+#include "tools/velmdump/findings.h"
 #include "tools/velmdump/velm_module.h"
 
 namespace {
 
 class table_layout {
 public:
-    table_layout(const velm_module& module, check_report& report) : module_(module), report_(report) {}
+    table_layout(const velm_module& module, finding_list& report) : module_(module), report_(report) {}
 
     /// The module's own name, which nothing refers to and which does not count as the longest.
     void lay_module_name() {
@@ -62,7 +62,7 @@ public:
 
 private:
     const velm_module& module_;
-    check_report& report_;
+    finding_list& report_;
     std::unordered_set<std::uint32_t> starts_;
     std::unordered_set<std::string_view> texts_;
     std::uint32_t next_ = 0;
@@ -87,7 +87,7 @@ void lay_symbols(const velm_module& module, table_layout& layout) {
 }
 
 void check_totals(const velm_module& module, const table_layout& layout, const sound_parts& parts,
-                  check_report& report) {
+                  finding_list& report) {
     const std::uint64_t padded = (std::uint64_t{layout.next()} + 3) & ~std::uint64_t{3};
     const auto table = module.raw.bytes.begin() + velm_strtab_offset;
     const auto end = table + static_cast<std::ptrdiff_t>(module.strtab_size);
@@ -109,14 +109,14 @@ bool begins_with_module_name(const velm_module& module) {
     if (module.sections[0].header.name_offset != 0 || !module.symbols_only())
         return true;
     // The first section's name may equal the module's; only then does the longest name not count it.
-    check_report ignored;
+    finding_list ignored;
     table_layout without(module, ignored);
     lay_sections(module, without);
     lay_symbols(module, without);
     return without.longest() != module.header.max_str_len;
 }
 
-void check_strings(const velm_module& module, const sound_parts& parts, check_report& report) {
+void check_strings(const velm_module& module, const sound_parts& parts, finding_list& report) {
     if (!parts.strings || !parts.sections)
         return;
     table_layout layout(module, report);

@@ -9,8 +9,8 @@
 
 #include "format/special_names.h"
 #include "format/storage_classes.h"
-#include "tools/velmdump/check_report.h"
 #include "tools/velmdump/checks.h"
+#include "tools/velmdump/findings.h"
 #include "tools/velmdump/module_words.h"
 #include "tools/velmdump/section_checks.h"
 #include "tools/velmdump/string_checks.h"
@@ -20,7 +20,7 @@ namespace {
 
 class symbol_checker {
 public:
-    symbol_checker(const velm_module& module, const sound_parts& parts, check_report& report)
+    symbol_checker(const velm_module& module, const sound_parts& parts, finding_list& report)
         : module_(module), parts_(parts), report_(report),
           symbols_only_(parts.header && parts.sections && parts.strings && !begins_with_module_name(module)),
           used_(module.sections.size()) {}
@@ -96,7 +96,7 @@ private:
 
     const velm_module& module_;
     const sound_parts& parts_;
-    check_report& report_;
+    finding_list& report_;
     bool symbols_only_;
     std::vector<bool> used_;                      ///< by section: whether a symbol is in it
     std::unordered_set<std::uint32_t> exported_;  ///< name offsets
@@ -104,7 +104,7 @@ private:
 
 }  // namespace
 
-void check_symbols(const velm_module& module, const sound_parts& parts, check_report& report) {
+void check_symbols(const velm_module& module, const sound_parts& parts, finding_list& report) {
     if (!parts.symbols)
         return;
     symbol_checker checker(module, parts, report);

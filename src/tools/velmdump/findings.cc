@@ -1,5 +1,5 @@
 // Keeps the first hundred findings of a kind, and of the others the last and their number.
-#include "tools/velmdump/check_report.h"
+#include "tools/velmdump/findings.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -16,19 +16,19 @@ constexpr std::uint64_t most_of_a_kind = 100;
 
 std::string finding_words(const finding& f) {
     char place[64];
-    std::snprintf(place, sizeof place, "offset 0x%llX: %s: ", wide(f.offset), f.error ? "error" : "warning");
+    std::snprintf(place, sizeof place, "offset 0x%llX: %s: ", wide(f.offset), severity_word(f.error));
     const std::string line = f.line != 0 ? "line " + std::to_string(f.line) + ", " : "";
     return line + place + f.text;
 }
 
-void check_report::add(bool error, std::uint64_t offset, const char* format, std::va_list args) {
+void finding_list::add(bool error, std::uint64_t offset, const char* format, std::va_list args) {
     errors_ += error;
     char text[512];
     std::vsnprintf(text, sizeof text, format, args);
     keep(format, {error, offset, 0, text});
 }
 
-void check_report::keep(const char* kind_name, finding found) {
+void finding_list::keep(const char* kind_name, finding found) {
     kind& own = kinds_[kind_name];
     if (own.kept < most_of_a_kind) {
         ++own.kept;
@@ -39,21 +39,21 @@ void check_report::keep(const char* kind_name, finding found) {
     }
 }
 
-void check_report::error(std::uint64_t offset, const char* format, ...) {
+void finding_list::error(std::uint64_t offset, const char* format, ...) {
     std::va_list args;
     va_start(args, format);
     add(true, offset, format, args);
     va_end(args);
 }
 
-void check_report::warning(std::uint64_t offset, const char* format, ...) {
+void finding_list::warning(std::uint64_t offset, const char* format, ...) {
     std::va_list args;
     va_start(args, format);
     add(false, offset, format, args);
     va_end(args);
 }
 
-void check_report::take(check_report other) {
+void finding_list::take(finding_list other) {
     for (kept_finding& each : other.findings_)
         keep(each.kind_name, std::move(each.what));
     for (auto& [name, own] : other.kinds_) {
@@ -66,7 +66,7 @@ void check_report::take(check_report other) {
     errors_ += other.errors_;
 }
 
-std::vector<finding> check_report::sorted(const module_bytes& raw) && {
+std::vector<finding> finding_list::sorted(const module_bytes& raw) && {
     std::vector<finding> result;
     for (kept_finding& each : findings_)
         result.push_back(std::move(each.what));

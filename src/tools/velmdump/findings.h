@@ -1,6 +1,6 @@
 // Findings, and what collects them.
-#ifndef MODFORGE_TOOLS_VELMDUMP_CHECK_REPORT_H
-#define MODFORGE_TOOLS_VELMDUMP_CHECK_REPORT_H
+#ifndef MODFORGE_TOOLS_VELMDUMP_FINDINGS_H
+#define MODFORGE_TOOLS_VELMDUMP_FINDINGS_H
 
 #include <cstdarg>
 #include <cstddef>
@@ -23,7 +23,7 @@ struct finding {
 std::string finding_words(const finding& f);
 
 /// Collects findings. Of each kind only so many are kept, and the rest counted: a file can hold millions.
-class check_report {
+class finding_list {
 public:
     /// `offset`: where in the file, bytes. The texts of one place in the program, recognised by `format`, are one kind.
     [[gnu::format(printf, 3, 4)]] void error(std::uint64_t offset, const char* format, ...);
@@ -34,7 +34,7 @@ public:
     [[nodiscard]] std::uint64_t errors() const { return errors_; }
 
     /// Adds what another report found.
-    void take(check_report other);
+    void take(finding_list other);
 
     /// All findings, in the order of their offsets; of findings at one offset, in the order in which they came.
     [[nodiscard]] std::vector<finding> sorted(const module_bytes& raw) &&;
