@@ -1,6 +1,5 @@
 // Every record of a module as an object, in the order of the file, written while it is read.
 #include "tools/velmdump/json_form.h"
-#include "tools/common/text_forms.h"
 
 #include <string_view>
 

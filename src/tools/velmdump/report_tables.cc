@@ -1,6 +1,5 @@
 // Which columns each table has, and what of a module goes into them.
 #include "tools/velmdump/report_tables.h"
-#include "tools/common/text_forms.h"
 
 #include <algorithm>
 #include <vector>
