@@ -21,16 +21,10 @@ std::string brief(std::string_view name, std::size_t most) {
 }
 
 const std::string& brief_names::at(std::uint32_t name_offset) {
-    const auto home = last_.begin() + ((name_offset * 0x9E3779B9U) >> (32 - slot_bits));
-    const auto behind = home + neighbours;
-    auto known = std::find_if(home, behind, [name_offset](const known_name& each) {
-        return each.words.empty() || each.offset == name_offset;
-    });
-    if (known == behind)
-        known = home;
-    if (known->words.empty() || known->offset != name_offset)
-        *known = {name_offset, brief(module_.string(name_offset))};
-    return known->words;
+    std::string& known = known_[name_offset];
+    if (known.empty())
+        known = brief(module_.string(name_offset));
+    return known;
 }
 
 std::string flag_words(std::uint16_t flags) {

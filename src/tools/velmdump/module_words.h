@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "tools/velmdump/velm_module.h"
@@ -14,28 +15,19 @@
 /// thousands of symbols may share the longest name that the string table can hold.
 std::string brief(std::string_view name, std::size_t most = 255);
 
-/// Names of a module in brief form, by their places in its string table. Those that were asked for last are at hand:
-/// millions of relocations may refer to a few symbols with long names. The module must outlive it.
+/// Names of a module in brief form, by their places in its string table, each made once: millions of relocations may
+/// refer to a few symbols with long names. The module must outlive it.
 class brief_names {
 public:
-    explicit brief_names(const velm_module& module)
-        : module_(module), last_((std::size_t{1} << slot_bits) + neighbours) {}
+    explicit brief_names(const velm_module& module) : module_(module) {}
 
     [[nodiscard]] const velm_module& module() const { return module_; }
-    /// Valid until the next call.
+    /// For places that a record of the module gives: those are what bounds the memory.
     const std::string& at(std::uint32_t name_offset);
 
 private:
-    static constexpr unsigned slot_bits = 17;
-    static constexpr std::ptrdiff_t neighbours = 16;  ///< a name is in its own slot, or soon behind it
-
-    struct known_name {
-        std::uint32_t offset = 0;
-        std::string words = {};  ///< empty for none
-    };
-
     const velm_module& module_;
-    std::vector<known_name> last_;
+    std::unordered_map<std::uint32_t, std::string> known_;
 };
 
 /// The section's flags in words: "code", "relocated", "contents", "aligned to 2^n".
