@@ -222,6 +222,7 @@ private:
     SLIST& relocs() const;
     void move_lnnos(std::uint32_t pointer);
     void leave_file();
+    void forget_relocs();
     void require_writable() const;
     void require_all_relocs() const;
     void require_all_contents() const;

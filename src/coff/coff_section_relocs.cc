@@ -35,9 +35,7 @@ SLIST& COFF_SECTION::relocs() const {
 
 std::span<reloc> COFF_SECTION::take_relocs() {
     const std::span<reloc> entries = read_relocs_;
-    auto place = std::move(own_relocs_);
-    clear_relocs();
-    own_relocs_ = std::move(place);
+    forget_relocs();
     return entries;
 }
 
@@ -76,13 +74,18 @@ SLIST::NODE* COFF_SECTION::find_reloc(std::uint32_t address, std::uint16_t type)
 }
 
 void COFF_SECTION::clear_relocs() {
+    forget_relocs();
+    own_relocs_.reset();
+}
+
+/// The section has none any more; those that were read stay where they are.
+void COFF_SECTION::forget_relocs() {
     if (reloc_list_) {  // emptied, not dropped: callers may hold it
         reloc_list_->nodes.clear();
         reloc_list_->listed = 0;
         reloc_list_->added.clear();
     }
     read_relocs_ = {};
-    own_relocs_.reset();
     header_.s_nreloc = 0;
 }
 
