@@ -139,6 +139,8 @@ class Judge:
         for text, own in ((done.stderr, "text"), (done.stdout, form)):
             for problem in getattr(self, "judge_" + own)(text, schema) if text and own != "raw" else ():
                 self.fault(problem, words)
+        if done.returncode == 0 and form in ("json", "xml", "html") and not done.stdout:
+            self.fault("prints nothing", words)
         return done.stdout if done.returncode == 0 else None
 
     @staticmethod
@@ -229,6 +231,9 @@ def main():
         samples = [path.read_bytes() for path in sorted(pathlib.Path(sources, "fuzz/corpus/coff_reader").iterdir())]
         for name in ("base.out", "base.vlm"):
             judge.write(name, pathlib.Path(sources, "examples", name.replace("base", "audio")).read_bytes())
+        judge.write("h.entries", b"^_")
+        for sample in samples:
+            judge.coff("COFF file as it is", sample)
         for number in range(count):
             order, other = rng.sample(("little", "big"), 2)
             image = renamed(rng, rng.choice(samples))
