@@ -50,16 +50,11 @@ bool out_of_order(const scnhdrlist_entry& entry) {
 /// Makes room for the packets that the sizes of the sections lead to; relocated fields may cut more of them.
 void reserve_packets() {
     const allocation_scope scope("ERROR: Unable to allocate image and reloc list\n");
-    // Of each section all but the last are full.
-    std::uint64_t bytes = 0;
     std::size_t count = 0;
     for (const velm_scnhdr& section : velm_file.sections) {
-        if (section.contents >= 0) {
-            bytes += static_cast<std::uint32_t>(length_of(section));
-            ++count;
-        }
+        if (section.contents >= 0)
+            count += static_cast<std::size_t>((length_of(section) - 1) / image_packet_size + 1);
     }
-    count += bytes / static_cast<std::uint32_t>(image_packet_size);
     velm_file.packets.reserve(count);
 }
 
