@@ -57,7 +57,7 @@ int COFF_FILE::read(std::FILE* fp, bool) {
         return -1;
     }
     symtab_.read(this);
-    if (!make_reloc_room())
+    if (!prepare_relocs())
         return -1;
     bool complete = true;
     for (const auto& section : sections_) {
@@ -67,6 +67,7 @@ int COFF_FILE::read(std::FILE* fp, bool) {
         section->set_scnum(next_scnum_++);
     }
     free_reloc_room_ = {};
+    relocs_untouched_ = false;
     return complete ? 0 : -1;
 }
 
@@ -111,10 +112,6 @@ bool COFF_FILE::read_next(void* buffer, std::size_t size) {
         return true;
     failed_ = failed_ || holds(std::ftell(fp_) - static_cast<long>(got), size);
     return false;
-}
-
-const unsigned char* COFF_FILE::view_at(std::int64_t position, std::size_t size, std::size_t ahead) {
-    return window_.view(position, size, ahead);
 }
 
 bool COFF_FILE::read_headers() {
@@ -200,7 +197,7 @@ bool COFF_FILE::read_section_hdrs() {
     for (std::size_t k = 0; k < count; ++k) {
         const std::size_t ahead = (count - k) * sizeof(scnhdr);
         const std::int64_t place = position + static_cast<std::int64_t>(k * sizeof(scnhdr));
-        const unsigned char* const bytes = view_at(place, sizeof(scnhdr), ahead);
+        const unsigned char* const bytes = window_.view(place, sizeof(scnhdr), ahead);
         if (!bytes)
             return false;
         scnhdr header;
@@ -223,35 +220,6 @@ bool COFF_FILE::read_section_hdr(int index) {
         sections_.push_back(new_section(scnhdr{}, nullptr));
     sections_[static_cast<std::size_t>(index)] = new_section(header, nullptr);
     return true;
-}
-
-/// Makes room for the relocations of all sections. False after a message if the file does not hold them. Their tables
-/// may overlap, so a small file could ask for gigabytes: the sum has to be in proportion.
-bool COFF_FILE::make_reloc_room() {
-    std::uint64_t total = 0;
-    for (const auto& section : sections_) {
-        if (!section->relocs_in_file())
-            return false;
-        total += std::uint64_t{section->sh_nreloc()} * sizeof(reloc);
-    }
-    if (total > proportionate_size(file_length_)) {
-        UMSG.message(USER_MSG::ERROR, "%s: %llu bytes of relocations in a file of %d bytes", label(),
-                     static_cast<unsigned long long>(total), file_length_);
-        return false;
-    }
-    const allocation_scope scope("ERROR: Unable to allocate storage for sect relocation table\n");
-    const std::size_t count = total / sizeof(reloc);
-    reloc_room_ = std::make_unique_for_overwrite<reloc[]>(count);
-    free_reloc_room_ = {reloc_room_.get(), count};
-    return true;
-}
-
-reloc* COFF_FILE::room_for_relocs(std::uint32_t count) {
-    if (count > free_reloc_room_.size())
-        return nullptr;
-    reloc* const room = free_reloc_room_.data();
-    free_reloc_room_ = free_reloc_room_.subspan(count);
-    return room;
 }
 
 std::uint16_t COFF_FILE::swap2(std::uint16_t* value) {

@@ -152,8 +152,8 @@ public:
     [[nodiscard]] bool read_next(void* buffer, std::size_t size);
     /// Whether the system has ever not given what lies inside the file: then what was found missing says nothing of it.
     [[nodiscard]] bool reading_failed() const { return failed_ || window_.failed(); }
-    /// The same as read_at() without a copy, as input_window::view().
-    const unsigned char* view_at(std::int64_t position, std::size_t size, std::size_t ahead);
+    /// `size` bytes of a section's contents as they lie in the file, without a copy, as input_window::view().
+    const unsigned char* contents_at(std::int64_t position, std::size_t size, std::size_t ahead);
     /// The name that a string-table offset in a section or symbol stands for: empty for 0, without needing the table.
     const char* long_name(std::uint32_t offset) { return offset ? string(offset) : ""; }
     /// Bytes of the string table, length word included: in use, and until it has to grow. 0 while there is none.
@@ -164,8 +164,9 @@ public:
     /// Loads the string table if the input holds a sound one. False, without a word, if not.
     bool try_load_strings();
 
-    /// Where a section that is read puts its `count` relocations; null when it has to find a place itself.
-    reloc* room_for_relocs(std::uint32_t count);
+    /// The `count` relocations at `position` as they lie in the file; null if it does not give them. They stay the file's,
+    /// until it reads another time, or become `own`.
+    reloc* read_relocs(std::int64_t position, std::uint32_t count, std::unique_ptr<reloc[]>& own);
 
     /// The first part of dump(): file header and optional header.
     void dump_header(std::FILE* out) const;
@@ -176,10 +177,16 @@ private:
         void operator()(COFF_SECTION* section) const;
     };
     using owned_section = std::unique_ptr<COFF_SECTION, section_deleter>;
+    struct stream_part {  // bytes from the start of the stream
+        std::int64_t begin = 0;
+        std::int64_t end = 0;
+    };
 
     owned_section new_section(scnhdr header, void* place);
     bool read_section_hdrs();
-    bool make_reloc_room();
+    bool prepare_relocs();
+    bool read_mixed_part(std::uint64_t relocs_size);
+    stream_part part_of_sections() const;
     const char* strtab_fault(std::uint32_t& length);
     [[noreturn]] void end_on_bad_strings(const char* fault);
     void load_strtab();
@@ -209,6 +216,10 @@ private:
     std::unique_ptr<std::byte[]> section_room_;
     std::unique_ptr<reloc[]> reloc_room_;
     std::span<reloc> free_reloc_room_;  ///< while read() has sections to read
+    /// All that the sections have in the file, if it was read in one piece.
+    std::unique_ptr<std::byte[]> mixed_bytes_;
+    stream_part mixed_part_;
+    bool relocs_untouched_ = false;  ///< they lie in it as in the file
     std::vector<owned_section> sections_;
     COFF_SYMBOL_TABLE symtab_;
     std::uint32_t strtab_size_ = 0;

@@ -70,13 +70,9 @@ bool COFF_SECTION::relocs_in_file() const {
 void COFF_SECTION::decode_relocs(std::uint32_t count) {
     if (count == 0)
         return;
-    reloc* entries = file_->room_for_relocs(count);
-    if (!entries) {
-        const allocation_scope scope("ERROR: Unable to allocate storage for sect relocation table\n");
-        own_relocs_ = std::make_unique_for_overwrite<reloc[]>(count);
-        entries = own_relocs_.get();
-    }
-    if (!file_->read_at(std::int64_t{file_->image_start()} + header_.s_relptr, entries, count * sizeof(reloc)))
+    reloc* const entries =
+        file_->read_relocs(std::int64_t{file_->image_start()} + header_.s_relptr, count, own_relocs_);
+    if (!entries)
         end_fatally("%s: cannot read the relocations of section %s", file_->label(), name());
     if (file_->byte_swapped()) {
         for (std::uint32_t k = 0; k < count; ++k)

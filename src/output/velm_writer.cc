@@ -127,7 +127,7 @@ const unsigned char* contents_of(const velm_scnhdr& section, std::uint32_t start
     if (section.raw_data)
         return section.raw_data + start;
     const auto length = static_cast<std::uint32_t>(AUtobyte(static_cast<std::int32_t>(section.size), section.wordsz));
-    const unsigned char* const contents = coff_file.view_at(section.contents + start, size, length - start);
+    const unsigned char* const contents = coff_file.contents_at(section.contents + start, size, length - start);
     if (!contents)
         input_of(section)->end_on_unread_contents();
     return contents;

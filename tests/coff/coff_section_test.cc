@@ -61,19 +61,23 @@ TEST(CoffSection, WhatTheFileDoesNotHoldIsMissedWhenAskedFor) {
 
 // Read again, a section is as in the file: nothing stays that was changed, nothing is there twice.
 TEST(CoffSection, IsReadAnew) {
-    coff_image image{.sections = {{.contents = {1, 2}, .relocs = std::vector<coff_reloc>(70'000), .lines = {{3, 4}}}}};
-    image.sections[0].relocs.back().vaddr = 77;
-    coff_input input(image);
-    COFF_SECTION& section = input.section(1);
-    section.UINT8_write(9);
-    const_cast<lineno_slot*>(section.lnno(0))->entry.l_lnno = 9;
-    static_cast<reloc*>(section.first_reloc()->data)->r_vaddr = 9;
-    ASSERT_TRUE(section.read_scn());
-    EXPECT_EQ(section.tell(), 0U);
-    EXPECT_EQ(contents_of(section), (bytes{1, 2}));
-    EXPECT_EQ(section.lnno(0)->entry.l_lnno, 4);
-    EXPECT_EQ(section.sh_nreloc(), 70'000U);
-    EXPECT_THAT((numbers{relocs_of(section)[0], relocs_of(section)[4 * 69'999]}), ElementsAre(0, 77));
+    for (const std::uint32_t count : {2U, 70'000U}) {  // small enough to be read with the contents, and not
+        coff_image image{
+            .order = support::byte_order::big,
+            .sections = {{.contents = {1, 2}, .relocs = std::vector<coff_reloc>(count), .lines = {{3, 4}}}}};
+        image.sections[0].relocs.back().vaddr = 77;
+        coff_input input(image);
+        COFF_SECTION& section = input.section(1);
+        section.UINT8_write(9);
+        const_cast<lineno_slot*>(section.lnno(0))->entry.l_lnno = 9;
+        static_cast<reloc*>(section.first_reloc()->data)->r_vaddr = 9;
+        ASSERT_TRUE(section.read_scn());
+        EXPECT_EQ(section.tell(), 0U);
+        EXPECT_EQ(contents_of(section), (bytes{1, 2}));
+        EXPECT_EQ(section.lnno(0)->entry.l_lnno, 4);
+        EXPECT_EQ(section.sh_nreloc(), count);
+        EXPECT_THAT((numbers{relocs_of(section)[0], relocs_of(section)[4 * (count - 1)]}), ElementsAre(0, 77));
+    }
 }
 
 TEST(CoffSection, AllocatedContentsReplaceEverything) {

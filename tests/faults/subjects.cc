@@ -23,6 +23,18 @@ support::coff_image image_with_everything(std::size_t contents) {
     return image;
 }
 
+/// Small sections, each with its relocations behind its contents, and together more than is read in one piece.
+support::coff_image mixed_image() {
+    support::coff_image image{.symbols = {{.name = "_imported", .scnum = 0}}, .mixed = true};
+    for (std::uint32_t number = 0; number < 8; ++number) {
+        support::coff_section& section = image.sections.emplace_back();
+        section.contents.assign(3000, 0x11);
+        for (std::uint32_t at = 0; at < 3000; at += 4)
+            section.relocs.push_back({.vaddr = at, .type = 17, .symndx = 0});
+    }
+    return image;
+}
+
 }  // namespace
 
 const std::vector<subject> conversions = {
@@ -30,6 +42,7 @@ const std::vector<subject> conversions = {
     {{MODFORGE_PROGRAM, "-fc", "app.out"}, "app.hex"},
     {{MODFORGE_PROGRAM, "-o=long.out", "long.out"}, "long.out"},
     {{MODFORGE_PROGRAM, "-o=new", "long.out"}, "new"},
+    {{MODFORGE_PROGRAM, "-o=new", "mixed.out"}, "new"},
     {{MODFORGE_PROGRAM, "-o=new", "bad.out"}, "new", 1},
     {{MODFORGE_PROGRAM, "-o=new", "missing"}, "new", 1},
 };
@@ -84,6 +97,7 @@ void room::furnish() const {
     bad.sections[2].scnptr = 0x1000000;
     write("app.out", image_with_everything(600).data());
     write("long.out", image_with_everything(150000).data());
+    write("mixed.out", mixed_image().data());
     write("bad.out", bad.data());
     write("names", "_main_with_a_long_name ^_pr @.bss -@.none !.none # end");
 }

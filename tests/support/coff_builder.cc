@@ -34,10 +34,15 @@ public:
 
     built_image write() {
         reserve_headers();
-        for (const coff_section& section : image_.sections)
+        for (const coff_section& section : image_.sections) {
             out_.contents.push_back(place(section.contents));
-        for (const coff_section& section : image_.sections)
-            write_relocs(section);
+            if (image_.mixed)
+                write_relocs(section);
+        }
+        if (!image_.mixed) {
+            for (const coff_section& section : image_.sections)
+                write_relocs(section);
+        }
         for (const coff_section& section : image_.sections)
             write_lines(section);
         write_symbols();

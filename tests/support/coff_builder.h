@@ -137,6 +137,7 @@ struct coff_image {
     std::optional<std::uint32_t> symptr = {}, nsyms = {};
     std::optional<std::uint32_t> string_table_length = {};  ///< the length word; the true one when not given
     bool string_table = true;                               ///< false: the image ends behind its symbols
+    bool mixed = false;                                     ///< relocations of a section lie behind its contents
     /// Bytes before the image in its stream. The symbol table pointer stays absolute, all others are relative.
     std::size_t start = 0;
 

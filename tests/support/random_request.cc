@@ -61,6 +61,7 @@ private:
             image_.optional_header = {.entrypt = chance(30) ? 0 : below(0xFFFFFFFF)};
         else if (chance(20))
             image_.opthdr = 20;
+        image_.mixed = chance(50);
         const uint32_t sections = below(8);
         for (uint32_t i = 0; i < sections; ++i)
             image_.sections.push_back(section());
