@@ -182,7 +182,7 @@ void COFF_SECTION::leave_file() {
         read_raw_data();
         read_lnnos();
     }
-    if (name_ != short_name_ && name_ != long_name_.get())
+    if (name_ != short_name_ && name_ != own_name_.get())
         set_name(name_);
     symndx_ = 0;
 }
@@ -191,8 +191,8 @@ void COFF_SECTION::set_name(const char* name) {
     const std::size_t size = std::strlen(name) + 1;
     auto copy = std::make_unique_for_overwrite<char[]>(size);
     std::memcpy(copy.get(), name, size);
-    long_name_ = std::move(copy);  // now: `name` may be the one it had
-    name_ = long_name_.get();
+    own_name_ = std::move(copy);  // now: `name` may be the one it had
+    name_ = own_name_.get();
 }
 
 std::uint32_t COFF_SECTION::symndx() {

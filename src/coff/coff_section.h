@@ -235,15 +235,15 @@ private:
 
     // In an order that leaves no gaps: a file may have tens of thousands of sections.
     COFF_FILE* file_ = nullptr;
-    const char* name_ = "";  ///< in short_name_, in long_name_ or in the file's string table
+    const char* name_ = "";  ///< in short_name_, in own_name_ or in the file's string table
     std::unique_ptr<unsigned char[]> raw_data_;
     scnhdr header_{};
     std::unique_ptr<lineno_slot[]> lnnos_;
     std::span<reloc> read_relocs_;                    ///< in own_relocs_, or in the file's table
     std::unique_ptr<reloc[]> own_relocs_;             ///< of a section that was read by itself
     mutable std::unique_ptr<reloc_list> reloc_list_;  ///< null until it is asked for; see relocs()
-    std::unique_ptr<char[]> long_name_;
-    std::uint32_t cursor_ = 0;    ///< bytes from the start of the contents
+    std::unique_ptr<char[]> own_name_;                ///< that set_name() was given
+    std::uint32_t cursor_ = 0;                        ///< bytes from the start of the contents
     std::uint32_t raw_size_ = 0;  ///< bytes of raw_data_, which a later change of width or flags does not change
     std::uint32_t symndx_ = 0;    ///< 0: not known
     std::uint16_t width_ = 8;
