@@ -15,7 +15,7 @@ class program {
 public:
     explicit program(const std::string& path) : data_(read_file(path)), input_(data_) {
         for (const second_opinion::symbol& s : input_.symbols)
-            symbols_.emplace(s.index, &s);
+            symbols_.emplace(s.index, s);
     }
 
     [[nodiscard]] const second_opinion::coff_input& input() const { return input_; }
@@ -23,7 +23,7 @@ public:
         const auto start = data_.begin() + s.scnptr;
         return s.scnptr != 0 ? bytes(start, start + s.byte_size()) : bytes();
     }
-    [[nodiscard]] const second_opinion::symbol& symbol(std::uint32_t index) const { return *symbols_.at(index); }
+    [[nodiscard]] const second_opinion::symbol& symbol(std::uint32_t index) const { return symbols_.at(index); }
     [[nodiscard]] const second_opinion::section* section_of(const second_opinion::symbol& s) const {
         return s.scnum > 0 ? &input_.sections.at(static_cast<std::size_t>(s.scnum) - 1) : nullptr;
     }
@@ -34,7 +34,7 @@ public:
 private:
     bytes data_;
     second_opinion::coff_input input_;
-    std::map<std::uint32_t, const second_opinion::symbol*> symbols_;
+    std::map<std::uint32_t, second_opinion::symbol> symbols_;
 };
 
 /// Compares a load of all sections with the program that the module was made from.
@@ -154,8 +154,11 @@ TEST_P(LoaderSamples, ArriveAsLinkedAndMoved) {
     const std::string path = samples + '/' + GetParam() + ".out";
     const program linked(path);
     const bytes module = converted({path});
-    const auto entry = std::find_if(linked.input().symbols.begin(), linked.input().symbols.end(),
-                                    [](const auto& s) { return s.name == "__DLStart"; });
+    second_opinion::symbol entry;
+    for (const second_opinion::symbol& s : linked.input().symbols) {
+        if (s.name == "__DLStart")
+            entry = s;
+    }
     for (const bool swapped : {false, true}) {
         for (const bool moved : {false, true}) {
             SCOPED_TRACE(std::string(swapped ? "swapped" : "as written") + (moved ? ", moved" : ", as linked"));
@@ -169,7 +172,7 @@ TEST_P(LoaderSamples, ArriveAsLinkedAndMoved) {
             comparison compared(linked, loaded, moved);
             compared.run();
             EXPECT_EQ(loaded.opened.length, module.size());
-            EXPECT_EQ(loaded.entry.address, entry->value + compared.shift(*linked.section_of(*entry)));
+            EXPECT_EQ(loaded.entry.address, entry.value + compared.shift(*linked.section_of(entry)));
             for (const second_opinion::symbol& s : linked.input().symbols) {
                 if (loaded.exports.contains(name_of(s)) && s.sclass == 2 && s.scnum > 0) {
                     EXPECT_EQ(loaded.exports.at(name_of(s)), s.value + compared.shift(*linked.section_of(s))) << s.name;

@@ -68,6 +68,7 @@ bool examination::read_files() {
     request_.symbols_only = plan_.symbols_only;
     request_.keep_cinit = plan_.runtime_cinit;
     request_.packet_size = plan_.packet_size;
+    request_.account_only = true;
     auto input = read_whole(plan_.input);
     if (!input)
         return false;
@@ -83,17 +84,11 @@ bool examination::read_files() {
 
 /// The conversion of the file as it is.
 so::conversion examination::convert_as_is() {
-    std::vector<std::string> originals = request_.entries;
+    so::conversion result = so::convert(request_, &told_);
     for (std::size_t i = 0; i < request_.entries.size(); ++i)
         read_entries(plan_.entries_files[i], request_.entries[i], entries_, findings_);
     if (!request_.entries.empty())
         add_default_entries(entries_);
-    const bool changed = findings_.has_errors();
-    if (changed)
-        std::swap(request_.entries, originals);
-    so::conversion result = so::convert(request_, &told_);
-    if (changed)
-        std::swap(request_.entries, originals);
     return result;
 }
 
@@ -109,7 +104,7 @@ void examination::examine() {
     }
     if (check_reading(image, request_.input_name, findings_)) {
         checks.mend();
-        convert_mended(image, checks);
+        convert_mended(checks);
         judge(checks, refusal_of(as_is));
     }
     if (!findings_.has_errors())
@@ -117,9 +112,8 @@ void examination::examine() {
 }
 
 /// Converts until nothing is refused any more, or nothing can be done about it.
-void examination::convert_mended(const raw_image& image, conversion_checks& checks) {
+void examination::convert_mended(conversion_checks& checks) {
     for (int tries = 0; tries < most_tries; ++tries) {
-        request_.input = image.bytes();
         const so::conversion mended = so::convert(request_, &told_);
         said_ = mended.err;
         if (mended.status == 0)

@@ -45,7 +45,7 @@ private:
     bool read_files();
     void examine();
     second_opinion::conversion convert_as_is();
-    void convert_mended(const raw_image& image, conversion_checks& checks);
+    void convert_mended(conversion_checks& checks);
     void judge(conversion_checks& checks, const std::string& refusal);
     void explain(const second_opinion::conversion& refused);
     void add_packet_warnings();

@@ -53,10 +53,6 @@ void conversion_checks::warn(const std::string& text, const std::string& says, c
     findings_.add({false, path_, text, says, way_out, conversion_kinds + line});
 }
 
-std::string conversion_checks::name_of(std::uint32_t section) const {
-    return std::string(image_.name(image_.section(section).s_name, image_.section_at(section)).value_or(""));
-}
-
 std::string conversion_checks::reloc_title(std::uint32_t section, std::uint32_t i, const reloc& entry) const {
     return "relocation " + std::to_string(i) + " of " + image_.section_title(section) + " (" +
            reloc_type_words(entry.r_type) + " at address " + hex_number(entry.r_vaddr) + ", file offset " +
@@ -84,13 +80,15 @@ void conversion_checks::look_at_symbols() {
 
 void conversion_checks::look_at_symbol(std::uint32_t index, syment symbol) {
     const int sections = image_.header().fh_nscns;
-    const bool is_start = image_.name(symbol.n_name, image_.symbol_at(index)) == so::entry_symbol && !symbols_only_;
-    const std::string title = image_.symbol_title(index) + ", at offset " + hex_number(image_.symbol_at(index));
+    const std::string_view entry_symbol = so::entry_symbol;
+    const bool is_start =
+        !symbols_only_ && image_.name(symbol.n_name, image_.symbol_at(index), entry_symbol.size() + 1) == entry_symbol;
     if (is_start && symbol.n_scnum == 0)
-        error(title + ", is undefined", "ERROR: Symbol _DLStart is undefined. Improper linkage for entry point",
+        error(placed_title(index) + ", is undefined",
+              "ERROR: Symbol _DLStart is undefined. Improper linkage for entry point",
               "link the object that defines _DLStart, or convert with -s if only symbols are wanted");
     else if (is_start && symbol.n_scnum > sections)
-        error(title + ", lies in section " + std::to_string(symbol.n_scnum) + ", but there are only " +
+        error(placed_title(index) + ", lies in section " + std::to_string(symbol.n_scnum) + ", but there are only " +
                   std::to_string(sections),
               "ERROR: Symbol _DLStart lies in section " + std::to_string(symbol.n_scnum) + ", but there are only " +
                   std::to_string(sections),
@@ -103,6 +101,10 @@ void conversion_checks::look_at_symbol(std::uint32_t index, syment symbol) {
     image_.put(image_.symbol_at(index), symbol);
 }
 
+std::string conversion_checks::placed_title(std::uint32_t index) const {
+    return image_.symbol_title(index) + ", at offset " + hex_number(image_.symbol_at(index));
+}
+
 void conversion_checks::look_at_section(std::uint32_t number) {
     scnhdr section = image_.section(number);
     const std::uint32_t width = width_of(image_, section);
@@ -110,7 +112,7 @@ void conversion_checks::look_at_section(std::uint32_t number) {
     if (!dropped && width != 8 && width != 16 && width != 32)
         error(image_.section_title(number) + " has a memory width of " + counted(width, "bit") + " (file offset " +
                   hex_number(image_.section_at(number) + offsetof(scnhdr, s_mwidth)) + ")",
-              "ERROR: Section " + name_of(number) + ": a memory width of " + std::to_string(width) +
+              "ERROR: Section " + image_.section_name(number) + ": a memory width of " + std::to_string(width) +
                   " bits is not supported",
               "only 8, 16 and 32 are: the file is damaged, or made for another target");
     if (width != 8 && width != 16 && width != 32)
@@ -127,16 +129,17 @@ void conversion_checks::look_at_contents(std::uint32_t number, scnhdr& section) 
     const std::string title = image_.section_title(number);
     if (length > so::largest_contents ||
         static_cast<std::int32_t>(length) != so::units_to_bytes(section.s_size, width)) {
-        noted_sections_.push_back(
-            {number, length, title + " has contents of " + std::to_string(length) + " bytes",
-             "ERROR: Section " + name_of(number) + ": contents of " + std::to_string(length) + " bytes are too large"});
+        noted_sections_.push_back({number, length, title + " has contents of " + std::to_string(length) + " bytes",
+                                   "ERROR: Section " + image_.section_name(number) + ": contents of " +
+                                       std::to_string(length) + " bytes are too large"});
     } else if (!image_.holds(section.s_scnptr, length)) {
         noted_sections_.push_back(
             {number, length,
              "the " + std::to_string(length) + " bytes of " + title + ", at offset " + hex_number(section.s_scnptr) +
                  ", end at " + hex_number(section.s_scnptr + length) + ", the file at " + hex_number(image_.size()),
-             ">> fatal error: " + path_ + ": " + std::to_string(length) + " bytes of section " + name_of(number) +
-                 " at offset " + std::to_string(section.s_scnptr) + " run past the end of the file"});
+             ">> fatal error: " + path_ + ": " + std::to_string(length) + " bytes of section " +
+                 image_.section_name(number) + " at offset " + std::to_string(section.s_scnptr) +
+                 " run past the end of the file"});
     } else {
         return;
     }
@@ -211,7 +214,7 @@ bool conversion_checks::mend_cut(const so::conversion& refused) {
               ": a relocated field there, or before it, reaches beyond the contents (" +
               std::to_string(std::uint64_t{width_of(image_, section) / 8} * section.s_size) +
               " bytes), or is wider than a packet",
-          "ERROR: Cannot cut section " + name_of(number) + at_byte + ": a relocated field leaves no packet",
+          "ERROR: Cannot cut section " + image_.section_name(number) + at_byte + ": a relocated field leaves no packet",
           "look at the relocations there (coffdump --relocs): the file is damaged, or something edited it");
     section.s_scnptr = 0;
     image_.put(image_.section_at(number), section);
@@ -256,7 +259,7 @@ void conversion_checks::judge_contents(const so::account& told) {
         const bool out_of_proportion = noted->length <= so::largest_contents && total > so::memory_limit(image_.size());
         if (kept)
             error(noted->text,
-                  out_of_proportion ? "ERROR: Section " + name_of(n) +
+                  out_of_proportion ? "ERROR: Section " + image_.section_name(n) +
                                           ": the contents of the sections are out of proportion to the input"
                                     : noted->says,
                   "the file is damaged or was cut short: link again");
@@ -275,9 +278,8 @@ void conversion_checks::judge_symbols(const so::account& told, const std::string
                                       [&kept](const noted_symbol& noted) { return kept[noted.index]; });
     for (const noted_symbol& noted : noted_symbols_) {
         if (kept[noted.index] || (!any_kept && refusal == says))
-            error(image_.symbol_title(noted.index) + ", at offset " + hex_number(image_.symbol_at(noted.index)) +
-                      ", lies in section " + std::to_string(noted.section) + ", but there are only " +
-                      std::to_string(image_.header().fh_nscns),
+            error(placed_title(noted.index) + ", lies in section " + std::to_string(noted.section) +
+                      ", but there are only " + std::to_string(image_.header().fh_nscns),
                   says, damaged);
     }
 }

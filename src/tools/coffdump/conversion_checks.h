@@ -36,7 +36,7 @@ private:
     };
     struct noted_symbol {
         std::uint32_t index;
-        int section;
+        std::int16_t section;
     };
     struct noted_reloc {
         std::uint32_t section;
@@ -61,7 +61,7 @@ private:
     void judge_symbols(const second_opinion::account& told, const std::string& refusal);
     void judge_order(const second_opinion::module_section& made, const second_opinion::coff_input& input);
     std::string reloc_title(std::uint32_t section, std::uint32_t i, const reloc& entry) const;
-    std::string name_of(std::uint32_t section) const;
+    std::string placed_title(std::uint32_t index) const;
 
     raw_image& image_;
     const std::string& path_;

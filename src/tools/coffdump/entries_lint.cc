@@ -9,6 +9,7 @@
 
 #include "tools/coffdump/near_names.h"
 #include "tools/common/text_forms.h"
+#include "tools/second_opinion/facts.h"
 
 namespace {
 
@@ -75,7 +76,7 @@ public:
             if (!added)
                 entry.first = place->second;
             else if (entry.kind == placed_entry::prefix)
-                prefixes_.push_back(&entry);
+                prefix_lengths_.insert(entry.name.size());
             if (entry.file.empty())
                 added_.push_back(&entry);
         }
@@ -98,10 +99,7 @@ public:
     std::vector<placed_entry*> all_for(std::string_view name, const so::section* section) const {
         std::vector<placed_entry*> result;
         add(result, placed_entry::symbol, name);
-        for (placed_entry* entry : prefixes_) {
-            if (name.starts_with(entry->name))
-                result.push_back(entry);
-        }
+        add_prefixes(result, name);
         if (section)
             add(result, placed_entry::export_section, section->name);
         return result;
@@ -110,6 +108,12 @@ public:
     /// The entries that exclude a section of this name.
     std::vector<placed_entry*> all_excluding(std::string_view name) const {
         std::vector<placed_entry*> result;
+        if (name.size() > so::longest_entry) {  // no entry names it, but perhaps what it is a subsection of
+            const std::size_t colon = name.substr(0, so::longest_entry + 1).rfind(':');
+            if (colon == std::string_view::npos)
+                return result;
+            name = name.substr(0, colon);
+        }
         for (std::size_t colon = 0; colon != std::string_view::npos; name = name.substr(0, colon)) {
             add(result, placed_entry::excluded_section, name);
             colon = name.rfind(':');
@@ -119,14 +123,26 @@ public:
 
 private:
     void add(std::vector<placed_entry*>& result, placed_entry::kind_type kind, std::string_view name) const {
+        if (name.size() > so::longest_entry)
+            return;
         const auto found = by_text_[kind].find(name);
         if (found != by_text_[kind].end())
             result.push_back(found->second);
     }
 
+    /// In the order in which they were read, which is that of their places in memory.
+    void add_prefixes(std::vector<placed_entry*>& result, std::string_view name) const {
+        const auto first = static_cast<std::ptrdiff_t>(result.size());
+        for (const std::size_t length : prefix_lengths_) {
+            if (length <= name.size())
+                add(result, placed_entry::prefix, name.substr(0, length));
+        }
+        std::sort(result.begin() + first, result.end());
+    }
+
     std::unordered_map<std::string_view, placed_entry*> by_text_[4];
     std::unordered_map<const char*, placed_entry*> by_name_start_;
-    std::vector<placed_entry*> prefixes_;
+    std::set<std::size_t> prefix_lengths_;
     std::vector<placed_entry*> added_;
 };
 
@@ -224,7 +240,11 @@ private:
         if (entry.optional)
             return;
         made.text = named + "matches nothing in " + input_name_;
-        const std::string near = nearest_name(entry.name, candidates(entry.kind), entry.kind == placed_entry::prefix);
+        const std::vector<std::string_view>& names = candidates(entry.kind);
+        if (names.size() > comparisons_left_)
+            return;
+        comparisons_left_ -= names.size();
+        const std::string near = nearest_name(entry.name, names, entry.kind == placed_entry::prefix);
         if (!near.empty())
             made.text += "; did you mean '" + near + "'?";
     }
@@ -246,17 +266,17 @@ private:
         std::vector<std::string_view>& names = symbols ? symbol_names_ : section_names_;
         if (!names.empty())
             return names;
-        std::set<std::string_view> different;
-        if (symbols) {
-            for (std::size_t k = 0; k < told_.symbols.size(); ++k) {
-                if (told_.symbols[k].fate != so::symbol_fate::class_unkept)
-                    different.insert(told_.input->symbols[k].name);
-            }
-        } else {
-            for (const so::section& section : told_.input->sections)
-                different.insert(section.name);
+        const auto add = [&names](std::string_view name) { names.push_back(name.substr(0, so::longest_entry + 1)); };
+        for (std::size_t k = 0; symbols && k < told_.symbols.size() && names.size() < comparisons_left_; ++k) {
+            if (told_.symbols[k].fate != so::symbol_fate::class_unkept)
+                add(told_.input->symbols[k].name);
         }
-        names.assign(different.begin(), different.end());
+        for (const so::section& section : told_.input->sections) {
+            if (!symbols)
+                add(section.name);
+        }
+        std::sort(names.begin(), names.end());
+        names.erase(std::unique(names.begin(), names.end()), names.end());
         return names;
     }
 
@@ -266,6 +286,7 @@ private:
     std::map<std::pair<placed_entry::kind_type, std::string_view>, std::size_t> required_;  // how often, without '-'
     std::vector<std::string_view> symbol_names_;
     std::vector<std::string_view> section_names_;
+    std::size_t comparisons_left_ = 20'000'000;  ///< of names; then nothing more is suggested
 };
 
 }  // namespace

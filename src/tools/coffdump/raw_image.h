@@ -13,7 +13,8 @@
 
 class raw_image {
 public:
-    explicit raw_image(std::vector<unsigned char> contents);
+    /// The bytes, which are mended in place, must outlive it.
+    explicit raw_image(std::vector<unsigned char>& bytes);
 
     std::uint64_t size() const { return bytes_.size(); }
     const std::vector<unsigned char>& bytes() const { return bytes_; }
@@ -61,17 +62,20 @@ public:
     std::uint32_t strings_length() const;
     /// The same when it tells the truth; nothing when the file does not hold such a table.
     std::optional<std::uint32_t> strings_size() const;
-    /// The string at an offset of the string table, if there is one.
-    std::optional<std::string_view> string(std::uint32_t offset) const;
-    /// The name of a section or symbol; nothing when it is not there.
-    std::optional<std::string_view> name(const char (&field)[8], std::uint64_t field_at) const;
+    /// The name of a section or symbol, up to `most` characters of it: millions may share a long one. Nothing when it is
+    /// not there.
+    std::optional<std::string_view> name(const char (&field)[8], std::uint64_t field_at, std::size_t most) const;
 
     /// "section 3 (.text)" and "symbol 12 (_main)", as far as there are names, which stand as they are.
     std::string section_title(std::uint32_t number) const;
     std::string symbol_title(std::uint32_t index) const;
+    /// The name of a section in full, as messages have it.
+    std::string section_name(std::uint32_t number) const;
 
 private:
-    std::vector<unsigned char> bytes_;
+    std::optional<std::string_view> string(std::uint32_t offset, std::size_t most) const;
+
+    std::vector<unsigned char>& bytes_;
     bool swapped_ = false;
     filehdr header_{};
     std::uint64_t strings_at_ = 0;

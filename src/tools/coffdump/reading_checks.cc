@@ -140,7 +140,7 @@ private:
 
     /// Whether the name was not there, and the field had to be mended.
     bool check_name(char (&field)[8], std::uint64_t at, const std::string& whose) {
-        if (image_.name(field, at))
+        if (image_.name(field, at, 0))
             return false;
         const std::uint32_t offset = name_offset(field);
         const std::string wanted = whose + ", at offset " + hex_number(at) + ", has its name at offset " +
@@ -175,7 +175,7 @@ private:
                           ", at offset " + hex_number(section.s_relptr) + ", end at " +
                           hex_number(section.s_relptr + bytes) + ", the file at " + hex_number(image_.size()),
                       ">>   error: " + path_ + ": " + std::to_string(section.s_nreloc) + " relocations of section " +
-                          name_of(n) + " at offset " + std::to_string(section.s_relptr) +
+                          image_.section_name(n) + " at offset " + std::to_string(section.s_relptr) +
                           " run past the end of the file",
                       cut_short);
                 section.s_nreloc = relocations_there(section);
@@ -206,10 +206,6 @@ private:
               ">>   error: " + path_ + ": " + std::to_string(total) + " bytes of relocations in a file of " +
                   std::to_string(image_.size()) + " bytes",
               cut_short);
-    }
-
-    std::string name_of(std::uint32_t section) const {
-        return std::string(image_.name(image_.section(section).s_name, image_.section_at(section)).value_or(""));
     }
 
     raw_image& image_;

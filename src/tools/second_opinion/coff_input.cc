@@ -13,60 +13,22 @@ namespace {
 
 constexpr std::string_view error = ">>   error: ", fatal = ">> fatal error: ";
 
-/// The string table of a file, looked at when a name first needs it.
-class string_table {
-public:
-    string_table(const coff_input& input, u64 place) : input_(input), place_(place) {}
+/// The offset that a name refers to; nothing when it stands in the eight bytes itself.
+std::optional<u32> name_offset(const u8* name, byte_order order) {
+    return get_word(name, order) != 0 ? std::nullopt : std::optional(get_word(name + 4, order));
+}
 
-    /// The string at an offset of the table. Refuses one that does not begin and end in the table.
-    std::string_view at(u32 offset) {
-        if (next_nul_.empty())
-            open();
-        if (offset < 4 || offset >= length_)
-            refuse("no string at offset " + std::to_string(offset) + " of the string table");
-        const u32 end = end_of(offset);
-        if (end == length_)
-            refuse("the string at offset " + std::to_string(offset) + " of the string table has no end");
-        return {reinterpret_cast<const char*>(input_.at(place_ + offset)), end - offset};
-    }
-
-private:
-    static constexpr u32 stretch = 64;
-
-    void open() {
-        length_ = input_.holds(place_, 4) ? get_word(input_.at(place_), input_.order) : 0;
-        if (length_ < 4 || !input_.holds(place_, length_))
-            refuse("the string table is cut short or missing");
-        // Many long names may end in the same place, so the ends are looked for once and not name by name.
-        next_nul_.assign(length_ / stretch + 2, length_);
-        for (u32 i = length_ / stretch + 1; i-- > 0;)
-            next_nul_[i] = nul_in(i * stretch).value_or(next_nul_[i + 1]);
-    }
-
-    /// The first NUL from `from` on in the same stretch.
-    [[nodiscard]] std::optional<u32> nul_in(u32 from) const {
-        const u32 end = std::min(length_, (from / stretch + 1) * stretch);
-        const u8* const found = std::find(input_.at(place_ + from), input_.at(place_ + end), u8{0});
-        const auto place = static_cast<u32>(found - input_.at(place_));
-        return place < end ? std::optional(place) : std::nullopt;
-    }
-
-    [[nodiscard]] u32 end_of(u32 offset) const { return nul_in(offset).value_or(next_nul_[offset / stretch + 1]); }
-
-    const coff_input& input_;
-    u64 place_;
-    u32 length_ = 0;
-    std::vector<u32>
-        next_nul_;  ///< of each stretch the first NUL at or behind its begin; the length when there is none
-};
+std::string_view short_name(const u8* name) {
+    return {reinterpret_cast<const char*>(name), static_cast<std::size_t>(std::find(name, name + 8, 0) - name)};
+}
 
 class reader {
 public:
-    explicit reader(coff_input& input) : input_(input) {}
+    reader(coff_input& input, const bytes& file) : input_(input), file_(file) {}
 
     void read() {
         read_headers();
-        read_symbols();
+        input_.symbols = symbol_list(file_, input_.order, word(8), input_.nsyms);
         read_names();
         check_relocations();
     }
@@ -129,41 +91,13 @@ private:
                                    .page = half(at + 46)});
     }
 
-    void read_symbols() {
-        u64 at = word(8);
-        for (u32 i = 0; i < input_.nsyms; ++i, at += symbol_size) {
-            if (!input_.holds(at, symbol_size))
-                refuse_saying(fatal, "failed to read symbol table");
-            input_.symbols.push_back({.index = i,
-                                      .value = word(at + 8),
-                                      .scnum = static_cast<i16>(half(at + 12)),
-                                      .sclass = static_cast<i8>(*input_.at(at + 16))});
-            if (static_cast<i8>(*input_.at(at + 17)) > 0) {  // one, whatever the number says
-                ++i;
-                at += symbol_size;
-                if (!input_.holds(at, symbol_size))
-                    refuse_saying(fatal, "failed to read auxiliary entry");
-            }
-        }
-    }
-
     /// Names last: what the file does not hold of the symbols counts before what it does not hold of their names.
     void read_names() {
-        string_table strings(input_, word(8) + u64{symbol_size} * input_.nsyms);
         const u32 headers =
             half(16) == optional_header_size ? file_header_size + optional_header_size : file_header_size;
         for (section& scn : input_.sections)
-            scn.name = name_at(headers + section_header_size * (scn.number - 1), strings);
-        for (symbol& sym : input_.symbols)
-            sym.name = name_at(word(8) + u64{symbol_size} * sym.index, strings);
-    }
-
-    [[nodiscard]] std::string_view name_at(u64 at, string_table& strings) const {
-        const u8* const name = input_.at(at);
-        if (word(at) != 0)
-            return {reinterpret_cast<const char*>(name), static_cast<std::size_t>(std::find(name, name + 8, 0) - name)};
-        const u32 offset = word(at + 4);
-        return offset == 0 ? std::string_view() : strings.at(offset);
+            scn.name = input_.symbols.section_name(headers + section_header_size * (scn.number - 1));
+        input_.symbols.check_names();
     }
 
     void check_relocations() const {
@@ -180,12 +114,54 @@ private:
     }
 
     coff_input& input_;
+    const bytes& file_;
 };
 
 }  // namespace
 
+symbol_list::symbol_list(const bytes& file, byte_order order, u64 place, u32 entries)
+    : file_(&file), order_(order), place_(place), strings_(file, order, place + u64{symbol_size} * entries) {
+    const u64 there = place < file.size() ? (file.size() - place) / symbol_size : 0;
+    indices_.reserve(std::min<u64>(entries, there));
+    for (u32 i = 0; i < entries; ++i) {
+        if (i >= there)
+            refuse_saying(fatal, "failed to read symbol table");
+        indices_.push_back(i);
+        if (static_cast<i8>(entry(i)[17]) > 0 && ++i >= there)  // one, whatever the number says
+            refuse_saying(fatal, "failed to read auxiliary entry");
+    }
+}
+
+void symbol_list::check_names() {
+    for (const u32 index : indices_)
+        if (const auto offset = name_offset(entry(index), order_); offset.value_or(0) != 0)
+            strings_.at(*offset);
+}
+
+symbol symbol_list::operator[](std::size_t k) const {
+    const u8* const at = entry(indices_[k]);
+    const auto offset = name_offset(at, order_);
+    return {.name = !offset        ? short_name(at)
+                    : *offset == 0 ? std::string_view()
+                                   : strings_.known(*offset),
+            .index = indices_[k],
+            .value = get_word(at + 8, order_),
+            .scnum = static_cast<i16>(get_half(at + 12, order_)),
+            .sclass = static_cast<i8>(at[16])};
+}
+
+std::string_view symbol_list::section_name(u64 at) {
+    const u8* const name = file_->data() + at;
+    const auto offset = name_offset(name, order_);
+    return !offset ? short_name(name) : *offset == 0 ? std::string_view() : strings_.at(*offset);
+}
+
+const u8* symbol_list::entry(u32 index) const {
+    return file_->data() + place_ + u64{symbol_size} * index;
+}
+
 coff_input::coff_input(const bytes& file) : file_(&file) {
-    reader(*this).read();
+    reader(*this, file).read();
 }
 
 relocation coff_input::relocation_at(const section& scn, u32 i) const {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tools/second_opinion/bytes.h"
+#include "tools/second_opinion/string_table.h"
 
 namespace second_opinion {
 
@@ -43,6 +44,48 @@ struct symbol {
     i8 sclass = 0;
 };
 
+/// The symbols of a file, each made anew where it is asked for: there may be millions.
+class symbol_list {
+public:
+    class iterator {
+    public:
+        iterator(const symbol_list& list, std::size_t k) : list_(&list), k_(k) {}
+        symbol operator*() const { return (*list_)[k_]; }
+        iterator& operator++() {
+            ++k_;
+            return *this;
+        }
+        bool operator==(const iterator& other) const { return k_ == other.k_; }
+
+    private:
+        const symbol_list* list_;
+        std::size_t k_;
+    };
+
+    symbol_list() = default;
+    /// Takes the table at `place` of a file, which must outlive it: so many entries. Throws a refusal for a table, or a
+    /// name, that is not there; names, which count behind everything else, in check_names().
+    symbol_list(const bytes& file, byte_order order, u64 place, u32 entries);
+    void check_names();
+
+    [[nodiscard]] std::size_t size() const { return indices_.size(); }
+    symbol operator[](std::size_t k) const;
+    [[nodiscard]] iterator begin() const { return {*this, 0}; }
+    [[nodiscard]] iterator end() const { return {*this, size()}; }
+
+    /// The name in the first eight bytes of the section header at `at`. Throws a refusal.
+    std::string_view section_name(u64 at);
+
+private:
+    [[nodiscard]] const u8* entry(u32 index) const;
+
+    const bytes* file_ = nullptr;
+    byte_order order_ = byte_order::little;
+    u64 place_ = 0;
+    std::vector<u32> indices_;  // of the entries that are symbols
+    string_table strings_;
+};
+
 class coff_input {
 public:
     /// Takes the file apart; it must outlive the result. Throws a refusal for what no conversion accepts.
@@ -53,7 +96,7 @@ public:
     u32 nsyms = 0;  ///< entries of the symbol table, auxiliary ones included
     u16 flags = 0, target = 0;
     std::vector<section> sections = {};
-    std::vector<symbol> symbols = {};
+    symbol_list symbols = {};
 
     /// Relocation `i` of a section of this input, which has so many.
     [[nodiscard]] relocation relocation_at(const section& scn, u32 i) const;

@@ -17,12 +17,12 @@
 namespace second_opinion {
 namespace {
 
-void append_all_packets(const conversion_request& request, const coff_input& input, selection& selected, bytes& module,
-                        sayings& said) {
+void append_all_packets(const conversion_request& request, const coff_input& input, selection& selected,
+                        made_module& module, sayings& said) {
     for (module_section& scn : selected.sections) {
         if (!scn.has_contents)
             continue;
-        scn.first_packet = static_cast<u32>(module.size());
+        scn.first_packet = static_cast<u32>(module.size);
         if (append_packets(scn, input, selected, request, module))
             said.say("WARNING: Section " + std::string(scn.from->name) +
                      ": relocations out of order or outside its packets\n");
@@ -45,9 +45,12 @@ void run(const conversion_request& request, sayings& said, bytes& module, accoun
     names.pad();
     if (front_size(selected, names) > request.most_bytes)
         throw too_long();
-    module.resize(front_size(selected, names));
-    append_all_packets(request, input, selected, module, said);
-    fill_front(input, selected, names, request.order, module);
+    made_module made{.size = front_size(selected, names), .data = request.account_only ? nullptr : &module};
+    if (!request.account_only)
+        module.resize(made.size);
+    append_all_packets(request, input, selected, made, said);
+    if (!request.account_only)
+        fill_front(input, selected, names, request.order, module);
     if (told != nullptr)
         *told = account(std::move(input), std::move(named), std::move(selected), request.symbols_only);
 }

@@ -28,6 +28,7 @@ struct conversion_request {
     int packet_size = greatest_packet;      ///< -p; one that modforge accepts
     byte_order order = host_order;          ///< of the machine that writes the module
     u64 most_bytes = largest_module;        ///< a longer module is not made: the conversion is then unfinished
+    bool account_only = false;              ///< the module is worked out, but its bytes are not kept
 };
 
 /// What the run must give back.

@@ -25,6 +25,7 @@ class field_list {
 public:
     field_list(const coff_input& input, const section& scn) {
         const i32 base = units_to_bytes(scn.vaddr, scn.width);
+        fields_.reserve(scn.nreloc);
         for (u32 i = 0; i < scn.nreloc; ++i) {
             const relocation reloc = input.relocation_at(scn, i);
             if (!is_internal(reloc.type))
@@ -120,7 +121,7 @@ private:
 class cutter {
 public:
     cutter(module_section& scn, const coff_input& input, const selection& selected, const conversion_request& request,
-           bytes& module)
+           made_module& module)
         : scn_(scn), input_(input), selected_(selected), request_(request), fields_(input, *scn.from), module_(module) {
     }
 
@@ -134,11 +135,11 @@ public:
             cursor = fields_.end_of_packet(start, first, size);
             for (i32 i = first; i < cursor; ++i)
                 odd |= fields_.last_byte(i, start) >= size;
-            if (size <= 0 && has_untranslatable(first, cursor))
-                throw untranslatable();
-            if (size <= 0)
+            if (size <= 0) {
+                check_relocations(first, cursor);
                 refuse("section " + std::to_string(scn_.from->number) + " cannot be cut at byte " +
                        std::to_string(start) + ": a relocated field leaves no packet");
+            }
             append_packet(start, size, first, cursor);
             start += size;
         }
@@ -165,11 +166,14 @@ private:
         const auto padded = static_cast<std::size_t>(size + 3) / 4 * 4;
         const auto count = static_cast<u32>(cursor - first);
         const std::size_t length = packet_header_size + padded + std::size_t{relocation_record_size} * count;
-        const std::size_t packet = module_.size();
-        if (packet + length > request_.most_bytes)
+        const u64 packet = module_.size;
+        module_.size += length;
+        if (module_.size > request_.most_bytes)
             throw too_long();
-        module_.resize(packet + length);
-        u8* const head = &module_[packet];
+        if (module_.data == nullptr)
+            return check_relocations(first, cursor);
+        module_.data->resize(module_.size);
+        u8* const head = &(*module_.data)[packet];
         put_word(head, count, request_.order);
         put_word(head + 4, static_cast<u32>(size), request_.order);
         std::copy_n(input_.at(u64{scn_.from->scnptr} + static_cast<u32>(start)), size, head + packet_header_size);
@@ -177,6 +181,11 @@ private:
         for (i32 i = first; i < cursor; ++i, record += relocation_record_size)
             put_relocation(record, i, start);
         put_word(head + 8, ~sum_of_words(head, length, request_.order), request_.order);
+    }
+
+    void check_relocations(i32 first, i32 cursor) const {
+        if (has_untranslatable(first, cursor))
+            throw untranslatable();
     }
 
     void put_relocation(u8* record, i32 i, i32 start) const {
@@ -202,13 +211,13 @@ private:
     const selection& selected_;
     const conversion_request& request_;
     field_list fields_;
-    bytes& module_;
+    made_module& module_;
 };
 
 }  // namespace
 
 bool append_packets(module_section& scn, const coff_input& input, const selection& selected,
-                    const conversion_request& request, bytes& module) {
+                    const conversion_request& request, made_module& module) {
     return cutter(scn, input, selected, request, module).cut();
 }
 

@@ -176,6 +176,7 @@ outcome<symbol_fate> selection::name_or_hide(const symbol& sym) {
 
 void selection::select_symbols() {
     module_index_.assign(input_.nsyms, no_symbol);
+    symbol_outcomes.reserve(input_.symbols.size());
     for (const symbol& sym : input_.symbols) {
         if (sym.name == entry_symbol)
             set_entry_point(sym);
