@@ -156,6 +156,11 @@ public:
     const unsigned char* contents_at(std::int64_t position, std::size_t size, std::size_t ahead);
     /// The name that a string-table offset in a section or symbol stands for: empty for 0, without needing the table.
     const char* long_name(std::uint32_t offset) { return offset ? string(offset) : ""; }
+    /// Whether long_name() would give one, without a word.
+    bool has_long_name(std::uint32_t offset) { return offset == 0 || (try_load_strings() && holds_string(offset)); }
+    /// A name that a section or symbol of this file gave, with its length: millions may end in the same long string, so
+    /// that is not counted anew for each.
+    std::string_view text_of(const char* name) const;
     /// Bytes of the string table, length word included: in use, and until it has to grow. 0 while there is none.
     std::uint32_t strtab_size() const { return strtab_size_; }
     std::uint32_t strtab_capacity() const { return strtab_capacity_; }
@@ -163,6 +168,16 @@ public:
     std::string_view strtab_bytes() const { return strtab_ ? std::string_view(strtab_, strtab_size_) : ""; }
     /// Loads the string table if the input holds a sound one. False, without a word, if not.
     bool try_load_strings();
+
+    /// How many characters of a name listings show before they cut it and say its length: as many as there are, unless
+    /// this was called. Then so many that names of that length in every line there is keep in proportion to the file.
+    void bound_names();
+    static std::size_t longest_name(const COFF_FILE* file) { return file ? file->longest_name_ : SIZE_MAX; }
+    /// Lets relocation tables take no more than the file has bytes, as they do unless they overlap. Without this they may
+    /// take some times as much.
+    void refuse_overlaps() { overlaps_refused_ = true; }
+    /// What the relocation tables of all sections may take, bytes.
+    std::uint64_t most_relocation_bytes() const;
 
     /// The `count` relocations at `position` as they lie in the file; null if it does not give them. They stay the file's,
     /// until it reads another time, or become `own`.
@@ -187,6 +202,8 @@ private:
     bool prepare_relocs();
     bool read_mixed_part(std::uint64_t relocs_size);
     stream_part part_of_sections() const;
+    bool holds_string(std::uint32_t offset) const;
+    void note_string_ends() const;
     const char* strtab_fault(std::uint32_t& length);
     [[noreturn]] void end_on_bad_strings(const char* fault);
     void load_strtab();
@@ -231,11 +248,16 @@ private:
     std::uint16_t next_scnum_ = 1;
     bool any_target_ = false;
     bool failed_ = false;  ///< a read of the stream, or a search in it
+    bool overlaps_refused_ = false;
+    std::size_t longest_name_ = SIZE_MAX;
 
     std::int64_t strtab_position_ = 0;  ///< in the input, fixed when the headers are read; moved headers do not move it
     std::uint32_t strtab_last_nul_ = 0;                   ///< a string that begins behind it does not end
     std::vector<std::unique_ptr<char[]>> input_strtabs_;  ///< those that were read: names point into them
     std::vector<char> new_strtab_;                        ///< the one to be written
+    /// Where the string ends that goes on from each stretch of `ends_noted_`; for text_of().
+    mutable std::vector<std::uint32_t> string_ends_;
+    mutable std::string_view ends_noted_;
     input_window window_;
 };
 

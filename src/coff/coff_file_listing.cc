@@ -1,4 +1,5 @@
 // Listings of a file: its headers, then what its sections and symbols list of themselves, then the strings.
+#include <algorithm>
 #include <cinttypes>
 #include <cstring>
 #include <string>
@@ -26,7 +27,24 @@ std::string bytes_of(std::uint32_t count) {
     return counted(count, "byte");
 }
 
+/// What may stand of each name in any case.
+constexpr std::uint64_t least_of_name = 255;
+
+/// Characters that names may take in the listing of a file of so many bytes.
+std::uint64_t room_for_names(std::int32_t file_length) {
+    constexpr std::uint64_t least = std::uint64_t{1} << 22;
+    constexpr std::uint64_t most = std::uint64_t{1} << 29;
+    return std::min(most, least + 64 * static_cast<std::uint64_t>(file_length));
+}
+
 }  // namespace
+
+void COFF_FILE::bound_names() {
+    std::uint64_t lines = fh_nsyms();
+    for (const auto& section : sections_)
+        lines += section ? std::uint64_t{1} + section->sh_nreloc() + section->sh_nlnno() : 0;
+    longest_name_ = std::max(least_of_name, room_for_names(file_length_) / std::max(lines, std::uint64_t{1}));
+}
 
 void COFF_FILE::dump_header(std::FILE* out) const {
     std::fprintf(out, "COFF file %s\n", printable(label()).c_str());
@@ -101,7 +119,9 @@ void COFF_FILE::dump_strings_xml(std::FILE* out) {
     for (std::uint32_t offset = strtab_length_word; offset < strtab_size_;) {
         const char* const text = strtab_ + offset;
         const std::size_t length = strnlen(text, strtab_size_ - offset);
-        std::fprintf(out, "<string offset=\"%u\">%s</string>\n", offset, xml_text(text, length).c_str());
+        std::fprintf(out, "<string offset=\"%u\">", offset);
+        print_xml(out, {text, length});
+        std::fputs("</string>\n", out);
         offset += static_cast<std::uint32_t>(length) + 1;
     }
     std::fputs("</strings>\n", out);

@@ -13,6 +13,10 @@ constexpr std::int64_t small_section = input_window::width / 4;
 
 }  // namespace
 
+std::uint64_t COFF_FILE::most_relocation_bytes() const {
+    return overlaps_refused_ ? static_cast<std::uint64_t>(file_length_) : proportionate_size(file_length_);
+}
+
 /// Checks the tables of all sections, and reads them or makes room for them. False after a message if the file does not
 /// hold them. They may overlap, so a small file could ask for gigabytes: the sum has to be in proportion.
 bool COFF_FILE::prepare_relocs() {
@@ -22,7 +26,7 @@ bool COFF_FILE::prepare_relocs() {
             return false;
         total += std::uint64_t{section->sh_nreloc()} * sizeof(reloc);
     }
-    if (total > proportionate_size(file_length_)) {
+    if (total > most_relocation_bytes()) {
         UMSG.message(USER_MSG::ERROR, "%s: %llu bytes of relocations in a file of %d bytes", label(),
                      static_cast<unsigned long long>(total), file_length_);
         return false;

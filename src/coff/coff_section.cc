@@ -1,9 +1,11 @@
 // Reading a section, its accessors and its contents in memory.
 #include "coff/coff_section.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <limits>
+#include <vector>
 
 #include "coff/coff_file.h"
 #include "coff/listing_text.h"
@@ -105,6 +107,24 @@ std::int64_t COFF_SECTION::contents_position() const {
 
 void COFF_SECTION::end_on_unread_contents() const {
     end_fatally("%s: cannot read the contents of section %s", file_->label(), name());
+}
+
+bool COFF_SECTION::lists_contents() const {
+    return has_contents() && !written_ && !contents_unlisted_ && contents_in_file();
+}
+
+void COFF_SECTION::visit_contents(const std::function<void(std::uint32_t, std::span<const unsigned char>)>& visit) {
+    if (raw_data_)
+        return visit(0, {raw_data_.get(), raw_size_});
+    const std::int64_t position = contents_position();
+    const std::uint32_t size = size_in_bytes();
+    std::vector<unsigned char> piece(std::min(size, std::uint32_t{1} << 16));
+    for (std::uint32_t place = 0; place < size; place += static_cast<std::uint32_t>(piece.size())) {
+        piece.resize(std::min<std::size_t>(piece.size(), size - place));
+        if (!file_->read_at(position + place, piece.data(), piece.size()))
+            end_on_unread_contents();
+        visit(place, piece);
+    }
 }
 
 void COFF_SECTION::read_raw_data() {

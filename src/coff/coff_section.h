@@ -4,8 +4,10 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <span>
+#include <string_view>
 
 #include "coff/psn.h"
 #include "containers/record_pool.h"
@@ -187,6 +189,16 @@ public:
     /// The relocations as they were read, in host order, side by side. For whoever walks over all of them and needs no
     /// list, which is made only when it is asked for.
     [[nodiscard]] std::span<const reloc> relocs_read() const { return read_relocs_; }
+    /// Calls `visit(const reloc&)` for every relocation in order, and makes no list for it.
+    template <typename VISIT> void for_each_reloc(VISIT visit) const {
+        if (reloc_list_) {
+            for (const reloc* entry : items<reloc>(relocs()))
+                visit(*entry);
+        } else {
+            for (const reloc& entry : read_relocs_)
+                visit(entry);
+        }
+    }
     /// Gives them away to be changed; the section has no relocations afterwards. Their place stays the section's, until it
     /// reads or clears its relocations, or its file reads another time.
     [[nodiscard]] std::span<reloc> take_relocs();
@@ -201,6 +213,22 @@ public:
     void read_lnnos();
     /// Line number `index` (from 0); null past the end.
     const lineno_slot* lnno(std::uint32_t index);
+
+    // What listings show. Contents and line numbers that are not in memory pass by in pieces; if the file does not give
+    // what it holds, the run ends.
+
+    /// The name with its length.
+    [[nodiscard]] std::string_view title() const;
+    /// Whether contents are listed: there are some, and the file holds them.
+    [[nodiscard]] bool lists_contents() const;
+    /// Calls `visit` with the place of each piece in the contents, bytes, and what is there: a multiple of 32 bytes, but
+    /// for the last.
+    void visit_contents(const std::function<void(std::uint32_t, std::span<const unsigned char>)>& visit);
+    /// Calls `visit` for every line number that the file holds.
+    void visit_lines(const std::function<void(const lineno&)>& visit);
+    /// Keeps out of listings what overlaps so far that they would be many times as long as the file.
+    void unlist_contents() { contents_unlisted_ = true; }
+    void unlist_lines() { lines_unlisted_ = true; }
 
     // The parts of dump(). What the file does not hold is named as missing.
     void dump_header(std::FILE* out) const;
@@ -224,6 +252,7 @@ private:
     void leave_file();
     void forget_relocs();
     void require_writable() const;
+    [[noreturn]] void end_on_unread_lines() const;
     void require_all_relocs() const;
     void require_all_contents() const;
     void encode_name();
@@ -249,6 +278,8 @@ private:
     std::uint16_t width_ = 8;
     std::uint16_t scnum_ = 0;
     bool written_ = false;
+    bool contents_unlisted_ = false;
+    bool lines_unlisted_ = false;
     bool owned_ = false;    ///< by its file, which deletes it
     bool in_room_ = false;  ///< which its file has for the sections that it reads
     char short_name_[sizeof(scnhdr::s_name) + 1];

@@ -1,4 +1,5 @@
 // The line numbers of a section and what they tell about the source.
+#include <functional>
 #include <vector>
 
 #include "coff/coff_file.h"
@@ -22,16 +23,37 @@ void COFF_SECTION::read_lnnos() {
     // In the file first, in memory afterwards: the count may be any number.
     const bool there = lnnos_in_file();
     std::vector<lineno> entries(there ? count : 0);
-    if (!there || !file_->read_at(std::int64_t{file_->image_start()} + header_.s_lnnoptr, entries.data(),
-                                  count * sizeof(lineno))) {
-        end_fatally("%s: %u line numbers of section %s at offset %u run past the end of the file", file_->label(),
-                    count, name(), header_.s_lnnoptr);
-    }
+    if (!there ||
+        !file_->read_at(std::int64_t{file_->image_start()} + header_.s_lnnoptr, entries.data(), count * sizeof(lineno)))
+        end_on_unread_lines();
     lnnos_ = std::make_unique<lineno_slot[]>(count);
     for (std::uint32_t k = 0; k < count; ++k) {
         if (file_->byte_swapped())
             swap_record(entries[k]);
         lnnos_[k].entry = entries[k];
+    }
+}
+
+void COFF_SECTION::end_on_unread_lines() const {
+    end_fatally("%s: %u line numbers of section %s at offset %u run past the end of the file", file_->label(),
+                header_.s_nlnno, name(), header_.s_lnnoptr);
+}
+
+void COFF_SECTION::visit_lines(const std::function<void(const lineno&)>& visit) {
+    if (lines_unlisted_ || !lnnos_in_file())
+        return;
+    const std::int64_t position = std::int64_t{file_ ? file_->image_start() : 0} + header_.s_lnnoptr;
+    lineno line;
+    for (std::uint32_t k = 0; k < header_.s_nlnno; ++k) {
+        if (lnnos_) {
+            visit(lnnos_[k].entry);
+            continue;
+        }
+        if (!file_->read_at(position + std::int64_t{k} * std::int64_t{sizeof line}, &line, sizeof line))
+            end_on_unread_lines();
+        if (file_->byte_swapped())
+            swap_record(line);
+        visit(line);
     }
 }
 

@@ -12,7 +12,9 @@
 
 namespace {
 
-constexpr std::uint32_t bytes_per_line = 16;
+constexpr std::size_t bytes_per_line = 16;
+constexpr const char* unlisted_contents = "  contents overlap those of other sections\n";
+constexpr const char* unlisted_lines = "  line numbers overlap those of other sections\n";
 
 constexpr std::pair<std::uint32_t, const char*> section_flag_names[] = {
     {s_dummy, "DUMMY"},        {s_noload, "NOLOAD"}, {s_group, "deprecated GROUP"},
@@ -31,25 +33,31 @@ std::string names_of(std::uint32_t flags) {
 }
 
 /// The name of the symbol with an index; null if there is none.
-const char* symbol_name(COFF_FILE* file, std::uint32_t index) {
-    const SLIST::NODE* const node = file ? file->symbol_table()->find_sym(index) : nullptr;
-    return node ? static_cast<const COFF_SYMBOL*>(node->data)->name() : nullptr;
+std::string_view symbol_name(COFF_FILE* file, std::uint32_t index) {
+    const char* const name = file ? file->symbol_table()->name_of(index) : nullptr;
+    return name ? file->text_of(name) : std::string_view();
 }
 
 /// A line of hexadecimal digits; contents can be megabytes long, so it is made in one piece.
-void print_hex(const unsigned char* bytes, std::uint32_t count, const char* before_each, std::FILE* out) {
+void print_hex(std::span<const unsigned char> bytes, const char* before_each, std::FILE* out) {
     static constexpr char digits[] = "0123456789ABCDEF";
     std::string line;
-    for (std::uint32_t k = 0; k < count; ++k)
-        line.append(before_each).append(1, digits[bytes[k] >> 4]).append(1, digits[bytes[k] & 15]);
+    for (const unsigned char byte : bytes)
+        line.append(before_each).append(1, digits[byte >> 4]).append(1, digits[byte & 15]);
     std::fputs((line + '\n').c_str(), out);
 }
 
-void print_bytes(const unsigned char* contents, std::uint32_t size, std::FILE* out) {
-    for (std::uint32_t line = 0; line < size; line += bytes_per_line) {
-        std::fprintf(out, "    %08X ", line);
-        print_hex(contents + line, std::min(bytes_per_line, size - line), " ", out);
+/// `place`: of the first byte in the contents.
+void print_bytes(std::span<const unsigned char> bytes, std::uint32_t place, std::FILE* out) {
+    for (std::size_t at = 0; at < bytes.size(); at += bytes_per_line) {
+        std::fprintf(out, "    %08X ", place + static_cast<std::uint32_t>(at));
+        print_hex(bytes.subspan(at, std::min(bytes_per_line, bytes.size() - at)), " ", out);
     }
+}
+
+void print_bytes_xml(std::span<const unsigned char> bytes, std::FILE* out) {
+    for (std::size_t at = 0; at < bytes.size(); at += 2 * bytes_per_line)
+        print_hex(bytes.subspan(at, std::min(2 * bytes_per_line, bytes.size() - at)), "", out);
 }
 
 /// The relocation at a place of a list, emptied nodes not counted; a place outside it ends the run.
@@ -73,8 +81,9 @@ void print_reloc(const reloc& entry, COFF_FILE* file, std::FILE* out) {
         std::fprintf(out, "  %s at bit %d of %d", counted(static_cast<unsigned>(bits), "bit").c_str(),
                      reloc_offset(entry.r_type), reloc_stop(entry.r_type, bits));
     if (is_sym_reloc(entry.r_type, entry.r_symndx)) {
-        const char* const name = symbol_name(file, entry.r_symndx);
-        std::fprintf(out, "  symbol %u (%s)", entry.r_symndx, name ? shown_name(name).c_str() : "none");
+        const std::string_view name = symbol_name(file, entry.r_symndx);
+        std::fprintf(out, "  symbol %u (%s)", entry.r_symndx,
+                     name.data() ? brief(name, COFF_FILE::longest_name(file)).c_str() : "none");
     }
     if (has_displacement(entry.r_type) && entry.r_disp != 0)
         std::fprintf(out, "  displacement 0x%04X", entry.r_disp);
@@ -94,12 +103,30 @@ void print_reloc_xml(const reloc& entry, COFF_FILE* file, std::FILE* out) {
                      bits, reloc_stop(entry.r_type, bits));
     if (is_sym_reloc(entry.r_type, entry.r_symndx)) {
         std::fprintf(out, " symbol=\"%u\"", entry.r_symndx);
-        if (const char* const name = symbol_name(file, entry.r_symndx))
-            std::fprintf(out, " symbol_name=\"%s\"", xml_text(name).c_str());
+        if (const std::string_view name = symbol_name(file, entry.r_symndx); name.data())
+            std::fprintf(out, " symbol_name=\"%s\"", brief_xml(name, COFF_FILE::longest_name(file)).c_str());
     }
     if (has_displacement(entry.r_type))
         std::fprintf(out, " displacement=\"0x%04X\"", entry.r_disp);
     std::fputs("/>\n", out);
+}
+
+void print_line(const lineno& line, COFF_FILE* file, std::FILE* out) {
+    if (line.l_lnno != 0) {
+        std::fprintf(out, "    0x%08X  line %u\n", line.l_addr, line.l_lnno);
+        return;
+    }
+    const std::string_view function = symbol_name(file, line.l_addr);
+    std::fprintf(out, "    function %u (%s)\n", line.l_addr,
+                 !function.data()   ? "none"
+                 : function.empty() ? ""
+                                    : brief(function, COFF_FILE::longest_name(file)).c_str());
+}
+
+void print_line_xml(const lineno& line, std::FILE* out) {
+    std::fprintf(out,
+                 line.l_lnno ? "<line address=\"0x%08X\" number=\"%u\"/>\n" : "<line function=\"%u\" number=\"%u\"/>\n",
+                 line.l_addr, line.l_lnno);
 }
 
 }  // namespace
@@ -110,8 +137,12 @@ const char* COFF_SECTION::reloc_name(int type) const {
     return name ? name : "other";
 }
 
+std::string_view COFF_SECTION::title() const {
+    return file_ ? file_->text_of(name_) : name_;
+}
+
 void COFF_SECTION::dump_header(std::FILE* out) const {
-    std::fprintf(out, "Section %u %s\n", scnum(), shown_name(name()).c_str());
+    std::fprintf(out, "Section %u %s\n", scnum(), brief(title(), COFF_FILE::longest_name(file_)).c_str());
     std::fprintf(out, "  run address 0x%08X, load address 0x%08X, size %s of %s (%s), page %u\n", sh_paddr(),
                  sh_vaddr(), counted(size_in_words(), "unit").c_str(), counted(wordsz(), "bit").c_str(),
                  counted(byte_size(), "byte").c_str(), sh_page());
@@ -130,39 +161,35 @@ void COFF_SECTION::dump(std::FILE* out) {
 }
 
 void COFF_SECTION::dump_contents(std::FILE* out) {
-    if (has_contents() && !written_ && contents_in_file()) {
+    if (lists_contents()) {
         std::fputs("  contents\n", out);
-        const unsigned char* const contents = raw_data();  // before raw_size_ is looked at
-        print_bytes(contents, raw_size_, out);
+        visit_contents(
+            [out](std::uint32_t place, std::span<const unsigned char> bytes) { print_bytes(bytes, place, out); });
     } else if (has_contents()) {
-        std::fputs("  contents are not in the file\n", out);
+        std::fputs(contents_unlisted_ ? unlisted_contents : "  contents are not in the file\n", out);
     }
 }
 
 void COFF_SECTION::dump_relocs(std::FILE* out) const {
-    if (relocs().size() != 0)
+    if (reloc_list_ ? relocs().size() != 0 : !read_relocs_.empty())
         std::fputs("  relocations\n", out);
-    for (const reloc* entry : items<reloc>(relocs()))
-        print_reloc(*entry, file_, out);
+    for_each_reloc([this, out](const reloc& entry) { print_reloc(entry, file_, out); });
 }
 
 void COFF_SECTION::dump_lines(std::FILE* out) {
     if (sh_nlnno() != 0)
-        std::fputs(lnnos_in_file() ? "  line numbers\n" : "  line numbers are not in the file\n", out);
-    for (std::uint32_t k = 0; lnnos_in_file() && k < sh_nlnno(); ++k)
-        dump_linenos(static_cast<int>(k), out);
+        std::fputs(lines_unlisted_   ? unlisted_lines
+                   : lnnos_in_file() ? "  line numbers\n"
+                                     : "  line numbers are not in the file\n",
+                   out);
+    visit_lines([this, out](const lineno& line) { print_line(line, file_, out); });
 }
 
 void COFF_SECTION::dump_linenos(int index, std::FILE* out) {
     const lineno_slot* const slot = index < 0 ? nullptr : lnno(static_cast<std::uint32_t>(index));
     if (!slot)
         UMSG.die("COFF_SECTION::dump_linenos", "section %s has no line number %d", name(), index);
-    if (slot->entry.l_lnno != 0) {
-        std::fprintf(out, "    0x%08X  line %u\n", slot->entry.l_addr, slot->entry.l_lnno);
-        return;
-    }
-    const char* const function = symbol_name(file_, slot->entry.l_addr);
-    std::fprintf(out, "    function %u (%s)\n", slot->entry.l_addr, function ? printable(function).c_str() : "none");
+    print_line(slot->entry, file_, out);
 }
 
 void COFF_SECTION::dump_reloc(int index, std::FILE* out) {
@@ -172,21 +199,17 @@ void COFF_SECTION::dump_reloc(int index, std::FILE* out) {
 
 void COFF_SECTION::dump_xml(std::FILE* out) {
     std::fprintf(out, "<section number=\"%u\" name=\"%s\" run_address=\"0x%08X\" load_address=\"0x%08X\"\n", scnum(),
-                 xml_text(name()).c_str(), sh_paddr(), sh_vaddr());
+                 brief_xml(title(), COFF_FILE::longest_name(file_)).c_str(), sh_paddr(), sh_vaddr());
     std::fprintf(out, "  size=\"%u\" unit_bits=\"%u\" bytes=\"%llu\" page=\"%u\" flags=\"0x%08X\" flag_names=\"%s\">\n",
                  size_in_words(), wordsz(), static_cast<unsigned long long>(byte_size()), sh_page(), sh_flags(),
                  names_of(sh_flags()).c_str());
-    if (has_contents() && !written_ && contents_in_file()) {
-        raw_data();
+    if (lists_contents()) {
         std::fputs("<contents>\n", out);
-        for (std::uint32_t line = 0; line < raw_size_; line += 2 * bytes_per_line)
-            print_hex(raw_data_.get() + line, std::min(2 * bytes_per_line, raw_size_ - line), "", out);
+        visit_contents([out](std::uint32_t, std::span<const unsigned char> bytes) { print_bytes_xml(bytes, out); });
         std::fputs("</contents>\n", out);
     }
-    for (const reloc* entry : items<reloc>(relocs()))
-        print_reloc_xml(*entry, file_, out);
-    for (std::uint32_t k = 0; lnnos_in_file() && k < sh_nlnno(); ++k)
-        dump_linenos_xml(static_cast<int>(k), out);
+    for_each_reloc([this, out](const reloc& entry) { print_reloc_xml(entry, file_, out); });
+    visit_lines([out](const lineno& line) { print_line_xml(line, out); });
     std::fputs("</section>\n", out);
 }
 
@@ -194,10 +217,7 @@ void COFF_SECTION::dump_linenos_xml(int index, std::FILE* out) {
     const lineno_slot* const slot = index < 0 ? nullptr : lnno(static_cast<std::uint32_t>(index));
     if (!slot)
         UMSG.die("COFF_SECTION::dump_linenos_xml", "section %s has no line number %d", name(), index);
-    std::fprintf(out,
-                 slot->entry.l_lnno ? "<line address=\"0x%08X\" number=\"%u\"/>\n"
-                                    : "<line function=\"%u\" number=\"%u\"/>\n",
-                 slot->entry.l_addr, slot->entry.l_lnno);
+    print_line_xml(slot->entry, out);
 }
 
 void COFF_SECTION::dump_reloc_xml(int index, std::FILE* out) {

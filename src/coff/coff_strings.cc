@@ -1,5 +1,7 @@
 // The string table of a COFF file: loaded from the input when a name first needs it, and built anew for writing.
+#include <algorithm>
 #include <cstring>
+#include <functional>
 
 #include "coff/coff_file.h"
 #include "msg/user_msg.h"
@@ -9,15 +11,44 @@ namespace {
 constexpr std::uint32_t first_capacity = 132;
 constexpr std::uint32_t growth = 128;
 
+/// Bytes of a string table whose strings' ends are looked for at once.
+constexpr std::size_t stretch = 4096;
+
 }  // namespace
 
 const char* COFF_FILE::string(std::uint32_t offset) {
     if (!strtab_)
         load_strtab();
-    // A name may begin in the middle of another one, but not in the length word, and it has to end.
-    if (offset < strtab_length_word || offset > strtab_last_nul_ || strtab_size_ <= strtab_length_word)
+    if (!holds_string(offset))
         end_fatally("%s: no string at offset %u of the string table (%u bytes)", label(), offset, strtab_size_);
     return strtab_ + offset;
+}
+
+/// A name may begin in the middle of another one, but not in the length word, and it has to end.
+bool COFF_FILE::holds_string(std::uint32_t offset) const {
+    return offset >= strtab_length_word && offset <= strtab_last_nul_ && strtab_size_ > strtab_length_word;
+}
+
+std::string_view COFF_FILE::text_of(const char* name) const {
+    const std::size_t length = strnlen(name, stretch);
+    const std::string_view table = strtab_bytes();
+    if (length < stretch || table.empty() || std::less<>()(name, table.data()) ||
+        !std::less<>()(name, table.data() + table.size()))
+        return {name, length < stretch ? length : std::strlen(name)};
+    if (ends_noted_.data() != table.data() || ends_noted_.size() != table.size())
+        note_string_ends();
+    const auto begin = static_cast<std::size_t>(name - table.data());
+    return {name, string_ends_[begin / stretch + 1] - begin};  // it goes on behind the stretch that it begins in
+}
+
+void COFF_FILE::note_string_ends() const {
+    ends_noted_ = strtab_bytes();
+    string_ends_.assign(ends_noted_.size() / stretch + 2, strtab_size_);
+    for (std::size_t k = string_ends_.size() - 2; k > 0; --k) {
+        const std::size_t nul = ends_noted_.substr(k * stretch, stretch).find('\0');
+        string_ends_[k] =
+            nul == std::string_view::npos ? string_ends_[k + 1] : static_cast<std::uint32_t>(k * stretch + nul);
+    }
 }
 
 void COFF_FILE::load_strtab() {

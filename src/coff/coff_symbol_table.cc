@@ -2,6 +2,7 @@
 #include "coff/coff_symbol_table.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "coff/coff_file.h"
 #include "msg/user_msg.h"
@@ -28,6 +29,7 @@ COFF_SYMBOL_TABLE::~COFF_SYMBOL_TABLE() = default;
 
 void COFF_SYMBOL_TABLE::reset() {
     read_ = {};
+    read_symbols_.clear();
     made_ = true;
     symbols_.clear();
     noted_nodes_.clear();
@@ -42,8 +44,7 @@ void COFF_SYMBOL_TABLE::reset() {
     symbols_.set_cmp_func(COFF_SYMBOL::cmp);
 }
 
-/// Takes the table in one read, and walks it once before any name is looked up: a table that is cut short is to be
-/// reported as that, not as the missing string table behind it.
+/// What the file holds of the table, in one read.
 COFF_SYMBOL_TABLE::read_table COFF_SYMBOL_TABLE::read_entries(COFF_FILE* file) {
     read_table table;
     const std::uint32_t count = file->fh_nsyms();
@@ -57,39 +58,68 @@ COFF_SYMBOL_TABLE::read_table COFF_SYMBOL_TABLE::read_entries(COFF_FILE* file) {
     table.bytes = std::make_unique_for_overwrite<unsigned char[]>(entries * aux_size);
     if (!file->read_at(position, table.bytes.get(), entries * aux_size))
         end_on_short_symbol();
-    std::uint32_t k = 0;
-    for (; k < count; ++k) {
-        if (k >= entries)
-            end_on_short_symbol();
-        if (table.has_aux(k) && ++k >= entries)
-            end_on_short_auxiliary();
-    }
-    table.entries = k;
+    table.there = static_cast<std::uint32_t>(entries);
+    for (std::uint32_t& k = table.entries; k < std::min(count, table.there);)
+        k += table.has_aux(k) ? 2 : 1;
+    return table;
+}
+
+/// A table that is cut short is to be reported as that before any name is looked up, not as the missing string table
+/// behind it.
+COFF_SYMBOL_TABLE::read_table COFF_SYMBOL_TABLE::read_whole_table(COFF_FILE* file) {
+    read_table table = read_entries(file);
+    if (table.entries > table.there)
+        end_on_short_auxiliary();
+    if (table.entries < file->fh_nsyms())
+        end_on_short_symbol();
     return table;
 }
 
 void COFF_SYMBOL_TABLE::require_whole_table(COFF_FILE* file) {
-    read_entries(file);
+    read_whole_table(file);
 }
 
 void COFF_SYMBOL_TABLE::read(COFF_FILE* file) {
     make_symbols();
+    take(file, read_whole_table(file), [file](std::uint32_t offset) { file->string(offset); });  // which ends the run
+}
+
+void COFF_SYMBOL_TABLE::read_damaged(COFF_FILE* file, const std::function<void(std::uint32_t)>& bad_name) {
+    make_symbols();
+    take(file, read_entries(file), bad_name);
+}
+
+void COFF_SYMBOL_TABLE::take(COFF_FILE* file, read_table table, const std::function<void(std::uint32_t)>& bad_name) {
     file_ = file;
-    read_ = read_entries(file);
+    read_ = std::move(table);
+    read_symbols_.clear();
     read_.first_index = next_index_;
     read_.swapped = file->byte_swapped();
     made_ = false;
     for (std::uint32_t k = 0; k < read_.entries; k += read_.has_aux(k) ? 2 : 1) {
         syment symbol = read_.symbol(k);
-        if (read_.swapped) {
+        if (read_.swapped)
             swap_record(symbol);
-            std::memcpy(read_.entry(k), &symbol, sizeof symbol);
+        const bool bad = name_is_offset(symbol.n_name) && !file->has_long_name(name_offset(symbol.n_name));
+        if (bad) {
+            bad_name(name_offset(symbol.n_name));
+            set_name_offset(symbol.n_name, 0);
         }
-        if (name_is_offset(symbol.n_name))
-            file->long_name(name_offset(symbol.n_name));  // ends the run if there is no such name
+        if (read_.swapped || bad)
+            std::memcpy(read_.entry(k), &symbol, sizeof symbol);
     }
     read_.strings = file->strtab_bytes().data();
     next_index_ += read_.entries;
+}
+
+/// Makes a symbol of its entry. What needs memory comes from `storage`.
+void COFF_SYMBOL_TABLE::load_read(COFF_SYMBOL& symbol, const symbol_view& view, symbol_storage& storage) const {
+    const std::uint32_t k = view.coff_index() - read_.first_index;
+    symbol.table_ = const_cast<COFF_SYMBOL_TABLE*>(this);
+    symbol.load(file_, view.coff_index(), read_.symbol(k), &storage);
+    if (symbol.has_aux() && k + 1 < read_.there)
+        symbol.load_aux(read_.entry(k + 1), read_.swapped, &storage);
+    symbol.find_first_lnno();
 }
 
 void COFF_SYMBOL_TABLE::make_symbols() {
@@ -98,15 +128,40 @@ void COFF_SYMBOL_TABLE::make_symbols() {
     made_ = true;
     visit_read([this](const symbol_view& view) {
         COFF_SYMBOL* const symbol = pool_.make();
-        const std::uint32_t k = view.coff_index() - read_.first_index;
-        symbol->table_ = this;
-        symbol->load(file_, view.coff_index(), read_.symbol(k), &storage_);
-        if (symbol->has_aux())
-            symbol->load_aux(read_.entry(k + 1), read_.swapped, &storage_);
-        symbol->find_first_lnno();
+        load_read(*symbol, view, storage_);
         symbols_.append(symbol);
     });
     list_functions();
+}
+
+void COFF_SYMBOL_TABLE::for_each_symbol(const std::function<void(const COFF_SYMBOL&)>& visit) const {
+    for (const COFF_SYMBOL* symbol : items<COFF_SYMBOL>(symbols_))
+        visit(*symbol);
+    if (made_)
+        return;
+    symbol_storage storage;
+    visit_read([&](const symbol_view& view) {
+        COFF_SYMBOL symbol;
+        load_read(symbol, view, storage);
+        visit(symbol);
+        storage.names.clear();
+        storage.auxiliaries.clear();
+    });
+}
+
+const char* COFF_SYMBOL_TABLE::name_of(std::uint32_t index) {
+    if (made_ || read_.first_index != 0) {
+        const SLIST::NODE* const node = find_sym(index);
+        return node ? static_cast<const COFF_SYMBOL*>(node->data)->name() : nullptr;
+    }
+    if (read_symbols_.empty()) {
+        read_symbols_.resize(read_.entries);
+        visit_read([this](const symbol_view& symbol) { read_symbols_[symbol.coff_index()] = true; });
+    }
+    if (index >= read_.entries || !read_symbols_[index])
+        return nullptr;
+    const symbol_view symbol(read_.symbol(index), index, read_.strings);
+    return symbol.long_name() ? symbol.long_name() : std::strcpy(name_of_.text, symbol.name());
 }
 
 /// One pass forward, which remembers the source file it is in, gives what find_source_file() would for every function.

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -89,6 +90,14 @@ public:
             k += symbol.has_aux() ? 2 : 1;
         }
     }
+    /// Calls `visit` for every symbol in order. Those that no object was asked for yet are made for their visit only: there
+    /// may be millions.
+    void for_each_symbol(const std::function<void(const COFF_SYMBOL&)>& visit) const;
+    /// The name of the symbol with an index, null if there is none. Lives until the next call, or change. Makes no objects.
+    const char* name_of(std::uint32_t index);
+    /// As read(), of a table that is damaged: takes what the file holds of it. A name that is not there becomes empty after
+    /// `bad_name` was told its offset.
+    void read_damaged(COFF_FILE* file, const std::function<void(std::uint32_t)>& bad_name);
     /// Makes the objects of what was read, as its file is now. Called before anything that they depend on changes.
     void make_symbols();
     /// If the symbol table of the file is cut short, ends the run with the same message as read().
@@ -99,7 +108,8 @@ private:
     /// order depends on the symbol, as they were read.
     struct read_table {
         std::unique_ptr<unsigned char[]> bytes;
-        std::uint32_t entries = 0;      ///< the last auxiliary entry included, even if the file's count leaves it out
+        std::uint32_t entries = 0;  ///< the last auxiliary entry included, even if the file's count leaves it out
+        std::uint32_t there = 0;    ///< entries in memory: of a damaged table the last auxiliary entry may be missing
         std::uint32_t first_index = 0;  ///< the index of the first entry
         const char* strings = nullptr;  ///< the string table that was read with it, its file's
         bool swapped = false;           ///< the auxiliary entries still have to be
@@ -115,6 +125,9 @@ private:
         }
     };
     static read_table read_entries(COFF_FILE* file);
+    static read_table read_whole_table(COFF_FILE* file);
+    void take(COFF_FILE* file, read_table table, const std::function<void(std::uint32_t)>& bad_name);
+    void load_read(COFF_SYMBOL& symbol, const symbol_view& view, symbol_storage& storage) const;
 
     /// All symbols, made if they have not been.
     SLIST& list() const {
@@ -138,6 +151,8 @@ private:
     std::uint32_t next_index_ = 0;
     COFF_FILE* file_ = nullptr;
     std::unique_ptr<SLIST> functions_;
+    std::vector<bool> read_symbols_;  ///< whether an entry of read_ is a symbol; empty until name_of() asks
+    symbol_storage::short_name name_of_;
 
     record_pool<COFF_SYMBOL> pool_;                      ///< symbols that were read
     std::vector<std::unique_ptr<COFF_SYMBOL>> adopted_;  ///< symbols that were added

@@ -6,6 +6,50 @@
 
 #include "format/reloc_types.h"
 
+namespace {
+
+/// Bytes of a long text that are printed at once.
+constexpr std::size_t print_piece = 1U << 16;
+
+/// What stands for a character that means something in XML; null for any other.
+const char* entity_of(char c) {
+    return c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : c == '"' ? "&quot;" : nullptr;
+}
+
+/// Characters of a text that stand for one of the name.
+std::size_t unit_length(std::string_view text) {
+    if (text[0] == '\\')
+        return text[1] == '\\' ? 2 : 4;
+    return 1;
+}
+
+std::size_t xml_unit_length(std::string_view text) {
+    return text[0] == '&' ? text.find(';') + 1 : unit_length(text);
+}
+
+/// Cuts `text`, which stands for the name or more of its front than `most` characters can show.
+std::string cut(std::string text, std::string_view name, std::size_t most, std::size_t (*unit)(std::string_view)) {
+    if (name.size() <= most && text.size() <= most)
+        return text;
+    std::size_t end = 0;
+    for (std::size_t next = 0; next <= std::min(most, text.size());) {
+        end = next;
+        next += next < text.size() ? unit(std::string_view(text).substr(next)) : 1;
+    }
+    return text.substr(0, end) + "... (" + counted(name.size(), "byte") + ")";
+}
+
+}  // namespace
+
+std::string brief(std::string_view name, std::size_t most) {
+    return cut(shown_name(name.substr(0, most)), name, most, unit_length);
+}
+
+std::string brief_xml(std::string_view name, std::size_t most) {
+    const std::string_view front = name.substr(0, most);
+    return cut(xml_text(front.data(), front.size()), name, most, xml_unit_length);
+}
+
 std::string printable(const char* text, std::size_t length) {
     static constexpr char digits[] = "0123456789ABCDEF";
     constexpr std::size_t piece = 256;  // a name may stand in millions of lines: it does not grow byte by byte
@@ -36,33 +80,31 @@ std::string shown_name(std::string_view name) {
 }
 
 void print_to_end(std::FILE* out, std::string_view text) {
-    constexpr std::size_t piece = 1U << 16;
     const bool hidden = text.ends_with(' ');
     text.remove_suffix(hidden ? 1 : 0);
-    for (; !text.empty(); text.remove_prefix(std::min(piece, text.size())))
-        std::fputs(printable(text.data(), std::min(piece, text.size())).c_str(), out);
+    for (; !text.empty(); text.remove_prefix(std::min(print_piece, text.size())))
+        std::fputs(printable(text.data(), std::min(print_piece, text.size())).c_str(), out);
     std::fputs(hidden ? "\\x20\n" : "\n", out);
 }
 
+void print_xml(std::FILE* out, std::string_view text) {
+    for (; !text.empty(); text.remove_prefix(std::min(print_piece, text.size())))
+        std::fputs(xml_text(text.data(), std::min(print_piece, text.size())).c_str(), out);
+}
+
 std::string xml_text(const char* text, std::size_t length) {
+    std::string shown = printable(text, length);
+    bool plain = true;
+    for (const char c : shown)
+        plain &= entity_of(c) == nullptr;
+    if (plain)
+        return shown;
     std::string out;
-    for (const char c : printable(text, length)) {
-        switch (c) {
-        case '&':
-            out += "&amp;";
-            break;
-        case '<':
-            out += "&lt;";
-            break;
-        case '>':
-            out += "&gt;";
-            break;
-        case '"':
-            out += "&quot;";
-            break;
-        default:
+    for (const char c : shown) {
+        if (const char* const entity = entity_of(c))
+            out += entity;
+        else
             out += c;
-        }
     }
     return out;
 }

@@ -22,6 +22,8 @@ public:
 
     /// Lives as long as the view.
     const char* name() const { return long_name_ ? long_name_ : short_name_; }
+    /// The name if it lies in the string table, else null.
+    const char* long_name() const { return long_name_; }
     /// The name, with its length and hash, which are found once. One too long for a module is cut one character behind
     /// what a module takes.
     std::string_view text() const {

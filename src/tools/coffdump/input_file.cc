@@ -10,9 +10,7 @@
 #include <unordered_set>
 
 #include "coff/coff_section.h"
-#include "coff/coff_symbol.h"
 #include "coff/coff_symbol_table.h"
-#include "format/limits.h"
 #include "msg/end_run.h"
 #include "msg/patient_io.h"
 #include "msg/user_msg.h"
@@ -95,6 +93,7 @@ void input_file::read(const std::string& path) {
     bool whole = false;
     try_step([&] {
         file_.set_label(path == "-" ? input_name.c_str() : path.c_str());
+        file_.refuse_overlaps();
         whole = file_.read(stream_.get(), false) == 0;
     });
     if (!whole) {
@@ -102,10 +101,12 @@ void input_file::read(const std::string& path) {
         if (!file_.stream() || !is_coff())
             return;
         read_remaining_sections();
-        read_symbols_one_by_one();
+        read_remaining_symbols();
         read_remaining_relocations();
     }
     tell_missing_parts();
+    unlist_overlaps();
+    file_.bound_names();
 }
 
 bool input_file::try_step(const std::function<void()>& step) {
@@ -135,8 +136,8 @@ void input_file::read_remaining_sections() {
     }
 }
 
-/// A table that is cut short, or whose names are not all there, is taken entry by entry.
-void input_file::read_symbols_one_by_one() {
+/// A table that is cut short, or whose names are not all there, is taken as far as it goes.
+void input_file::read_remaining_symbols() {
     COFF_SYMBOL_TABLE& table = *file_.symbol_table();
     if (try_step([&] {
             table.reset();
@@ -144,34 +145,19 @@ void input_file::read_symbols_one_by_one() {
         }))
         return;
     table.reset();
-    const std::uint32_t told = file_.fh_nsyms();
-    for (std::uint32_t index = 0; index < told;) {
-        if (!read_symbol(index))
-            break;
-        index = static_cast<const COFF_SYMBOL*>(table.symbols().end()->data)->coff_index();
-        index += static_cast<const COFF_SYMBOL*>(table.symbols().end()->data)->has_aux() ? 2 : 1;
-    }
-    file_.fh_set_nsyms(told);  // each symbol that was added was counted
-}
-
-/// False when the file holds no such entry. A symbol whose name is not there has none.
-bool input_file::read_symbol(std::uint32_t index) {
-    const std::int64_t at =
-        static_cast<std::uint32_t>(file_.fh_symptr()) + std::int64_t{index} * std::int64_t{sizeof(syment)};
-    if (!file_.holds(at, sizeof(syment)))
-        return false;
-    std::fseek(file_.stream(), static_cast<long>(at), SEEK_SET);
-    auto symbol = std::make_unique<COFF_SYMBOL>();
-    try_step([&] { symbol->read(&file_, index); });
-    file_.symbol_table()->add_symbol(symbol.release());
-    return true;
+    std::unordered_set<std::uint32_t> told;  // there may be millions of them, and of ends of steps
+    const auto tell_name = [&](std::uint32_t offset) {
+        if (told.size() <= most_faults && told.insert(offset).second)
+            try_step([&] { (void)file_.string(offset); });
+    };
+    try_step([&] { table.read_damaged(&file_, tell_name); });
 }
 
 void input_file::read_remaining_relocations() {
     std::uint64_t total = 0;
     for_each_section(file_, [&](COFF_SECTION& section) {
         total += std::uint64_t{section.sh_nreloc()} * sizeof(reloc);
-        if (total <= proportionate_size(file_.file_length()))
+        if (total <= file_.most_relocation_bytes())
             try_step([&] { (void)section.read_scn(); });
     });
 }
@@ -183,6 +169,32 @@ void input_file::tell_missing_parts() {
         if (!section.lnnos_in_file())
             try_step([&] { section.read_lnnos(); });
     });
+}
+
+/// Where sections share their bytes, a listing could be many thousand times as long as the file.
+void input_file::unlist_overlaps() {
+    const auto room = static_cast<std::uint64_t>(file_.file_length());
+    std::uint64_t contents = 0;
+    std::uint64_t lines = 0;
+    for_each_section(file_, [&](COFF_SECTION& section) {
+        contents += section.lists_contents() ? section.byte_size() : 0;
+        lines += section.lnnos_in_file() ? std::uint64_t{section.sh_nlnno()} * sizeof(lineno) : 0;
+        if (section.lists_contents() && contents > room) {
+            section.unlist_contents();
+            tell_overlap(section, "contents");
+        }
+        if (section.sh_nlnno() != 0 && section.lnnos_in_file() && lines > room) {
+            section.unlist_lines();
+            tell_overlap(section, "line numbers");
+        }
+    });
+}
+
+void input_file::tell_overlap(const COFF_SECTION& section, const char* what) {
+    sound_ = false;
+    const std::string title = "section " + std::to_string(section.scnum()) + " (" + brief(section.title()) + ")";
+    tell(USER_MSG::ERROR,
+         ("the " + std::string(what) + " of " + title + " overlap those of others and are not listed").c_str());
 }
 
 void for_each_section(COFF_FILE& file, const std::function<void(COFF_SECTION&)>& visit) {

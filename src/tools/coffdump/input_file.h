@@ -36,10 +36,11 @@ private:
     bool open(const std::string& path);
     void read(const std::string& path);
     void read_remaining_sections();
-    void read_symbols_one_by_one();
-    bool read_symbol(std::uint32_t index);
+    void read_remaining_symbols();
     void read_remaining_relocations();
     void tell_missing_parts();
+    void unlist_overlaps();
+    void tell_overlap(const COFF_SECTION& section, const char* what);
 
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream_;
     COFF_FILE file_{true};

@@ -2,6 +2,8 @@
 #include "tools/coffdump/json_form.h"
 
 #include <cstring>
+#include <span>
+#include <string>
 #include <string_view>
 
 #include "coff/coff_file.h"
@@ -29,8 +31,7 @@ public:
         for_each_section(input_, [this](COFF_SECTION& section) { put_section(section); });
         json_.end_array();
         json_.begin_array("symbols");
-        for (COFF_SYMBOL* symbol : items<COFF_SYMBOL>(input_.symbol_table()->symbols()))
-            put_symbol(*symbol);
+        input_.symbol_table()->for_each_symbol([this](const COFF_SYMBOL& symbol) { put_symbol(symbol); });
         json_.end_array();
         json_.begin_array("strings");
         put_strings();
@@ -70,7 +71,7 @@ private:
     void put_section(COFF_SECTION& section) {
         json_.begin_object();
         json_.member("number", section.scnum());
-        json_.name("name", section.name());
+        put_name("name", section.title());
         json_.member("run_address", section.sh_paddr());
         json_.member("load_address", section.sh_vaddr());
         json_.member("size", section.size_in_words());
@@ -83,26 +84,34 @@ private:
         json_.member("lines_at", section.sh_lnnoptr());
         json_.member("line_count", section.sh_nlnno());
         json_.begin_array("relocations");
-        for (const reloc* entry : items<reloc>(*section.get_reloc_list()))
-            put_relocation(*entry);
+        section.for_each_reloc([this](const reloc& entry) { put_relocation(entry); });
         json_.end_array();
         put_lines(section);
-        if (section.has_contents() && section.contents_in_file()) {
-            const unsigned char* const contents = section.raw_data();
-            json_.hex("contents", contents, section.byte_size());
+        if (section.lists_contents()) {
+            json_.begin_hex("contents");
+            section.visit_contents(
+                [this](std::uint32_t, std::span<const unsigned char> bytes) { json_.put_digits(bytes); });
+            json_.end_hex();
         }
         json_.end_object();
     }
 
+    /// A name stands once more in every symbol and relocation that it belongs to: a long one is cut there.
+    void put_name(const std::string& key, std::string_view name) {
+        const std::string_view front = brief_front(name, COFF_FILE::longest_name(&input_));
+        json_.name(key, front);
+        if (front.size() < name.size())
+            json_.member(key + "_length", name.size());
+    }
+
     void put_lines(COFF_SECTION& section) {
         json_.begin_array("lines");
-        for (std::uint32_t i = 0; section.lnnos_in_file() && i < section.sh_nlnno(); ++i) {
-            const lineno& line = section.lnno(i)->entry;
+        section.visit_lines([this](const lineno& line) {
             json_.begin_object();
             json_.member(line.l_lnno == 0 ? "symbol" : "address", line.l_addr);
             json_.member("line", line.l_lnno);
             json_.end_object();
-        }
+        });
         json_.end_array();
     }
 
@@ -118,8 +127,8 @@ private:
             put_field(reloc_offset(entry.r_type), bits, reloc_stop(entry.r_type, bits));
         if (is_sym_reloc(entry.r_type, entry.r_symndx)) {
             json_.member("symbol", entry.r_symndx);
-            if (const SLIST::NODE* node = input_.symbol_table()->find_sym(entry.r_symndx))
-                json_.name("symbol_name", static_cast<const COFF_SYMBOL*>(node->data)->name());
+            if (const char* const name = input_.symbol_table()->name_of(entry.r_symndx))
+                put_name("symbol_name", input_.text_of(name));
         } else if (is_constant_reloc(entry.r_type)) {
             json_.member("constant", entry.r_symndx);
         }
@@ -134,14 +143,14 @@ private:
         json_.member("container_size", container);
     }
 
-    void put_symbol(COFF_SYMBOL& symbol) {
+    void put_symbol(const COFF_SYMBOL& symbol) {
         json_.begin_object();
         json_.member("index", symbol.coff_index());
-        json_.name("name", symbol.name());
+        put_name("name", input_.text_of(symbol.name()));
         json_.member("value", static_cast<std::uint32_t>(symbol.value()));
         json_.member("section", symbol.scnum());
         if (COFF_SECTION* section = symbol.scnum() > 0 ? input_.get_section(symbol.scnum()) : nullptr)
-            json_.name("section_name", section->name());
+            put_name("section_name", section->title());
         json_.member("type", symbol.stype());
         json_.member("class", symbol.sclass());
         json_.member("class_name", input_.symbol_table()->sclass_name(static_cast<std::int8_t>(symbol.sclass())));
@@ -150,7 +159,7 @@ private:
         json_.end_object();
     }
 
-    void put_auxiliary(COFF_SYMBOL& symbol) {
+    void put_auxiliary(const COFF_SYMBOL& symbol) {
         const auxent& aux = *symbol.aux();
         json_.begin_object("auxiliary");
         if (symbol.form() == aux_form::file) {

@@ -15,12 +15,16 @@
 
 namespace {
 
+std::string shown_title(const COFF_FILE& input, const COFF_SECTION& section) {
+    return brief(section.title(), COFF_FILE::longest_name(&input));
+}
+
 void list_section_table(COFF_FILE& input, std::FILE* out) {
     std::fputs("  no  run addr    load addr   size        unit  relocs  lines   flags       name\n", out);
-    for_each_section(input, [out](COFF_SECTION& section) {
+    for_each_section(input, [&](COFF_SECTION& section) {
         std::fprintf(out, "%4u  0x%08X  0x%08X  0x%08X  %4u  %6u  %5u   0x%08X  %s\n", section.scnum(),
                      section.sh_paddr(), section.sh_vaddr(), section.size_in_words(), section.wordsz(),
-                     section.sh_nreloc(), section.sh_nlnno(), section.sh_flags(), shown_name(section.name()).c_str());
+                     section.sh_nreloc(), section.sh_nlnno(), section.sh_flags(), shown_title(input, section).c_str());
     });
 }
 
@@ -29,25 +33,23 @@ void list_symbol_counts(COFF_FILE& input, std::FILE* out) {
     unsigned long defined = 0;
     unsigned long undefined = 0;
     unsigned long absolute = 0;
-    SLIST::NODE* node = input.symbol_table()->first_sym();
-    for (; node; node = node->mylist()->next(node)) {
-        auto* symbol = static_cast<COFF_SYMBOL*>(node->data);
+    input.symbol_table()->for_each_symbol([&](const COFF_SYMBOL& symbol) {
         ++symbols;
-        if (symbol->sclass() != C_EXT && symbol->sclass() != C_EXTLAB)
-            continue;
-        if (symbol->scnum() == 0)
+        if (symbol.sclass() != C_EXT && symbol.sclass() != C_EXTLAB)
+            return;
+        if (symbol.scnum() == 0)
             ++undefined;
-        else if (symbol->scnum() < 0)
+        else if (symbol.scnum() < 0)
             ++absolute;
         else
             ++defined;
-    }
+    });
     std::fprintf(out, "%s; external: %lu in sections, %lu absolute, %lu undefined\n",
                  counted(symbols, "symbol").c_str(), defined, absolute, undefined);
 }
 
-void list_title(COFF_SECTION& section, std::FILE* out) {
-    std::fprintf(out, "Section %u %s\n", section.scnum(), shown_name(section.name()).c_str());
+void list_title(const COFF_FILE& input, const COFF_SECTION& section, std::FILE* out) {
+    std::fprintf(out, "Section %u %s\n", section.scnum(), shown_title(input, section).c_str());
 }
 
 bool list_contents(COFF_FILE& input, const std::string& name, std::FILE* out) {
@@ -56,7 +58,7 @@ bool list_contents(COFF_FILE& input, const std::string& name, std::FILE* out) {
         if (name != "*" && name != section.name())
             return;
         found = true;
-        list_title(section, out);
+        list_title(input, section, out);
         section.dump_contents(out);
     });
     if (!found)
@@ -82,13 +84,13 @@ bool list_parts(COFF_FILE& input, const coffdump_options& options, std::FILE* ou
     if (!options.contents.empty() && !list_contents(input, options.contents, out))
         return false;
     if (options.relocs)
-        for_each_section(input, [out](COFF_SECTION& section) {
-            list_title(section, out);
+        for_each_section(input, [&](COFF_SECTION& section) {
+            list_title(input, section, out);
             section.dump_relocs(out);
         });
     if (options.lines)
-        for_each_section(input, [out](COFF_SECTION& section) {
-            list_title(section, out);
+        for_each_section(input, [&](COFF_SECTION& section) {
+            list_title(input, section, out);
             section.dump_lines(out);
         });
     if (options.symbols)

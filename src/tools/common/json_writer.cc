@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <nlohmann/json.hpp>
 
 #include "tools/common/text_forms.h"
 
@@ -24,11 +23,55 @@ escapes escapes_of(std::string_view text) {
     return more ? escapes::more : marks ? escapes::backslashes : escapes::none;
 }
 
-/// Without exceptions: a million names may be none.
+/// A character, or as many bytes as begin like one and are none.
+struct character {
+    std::size_t size;
+    std::uint32_t code;  ///< `stray` for none
+};
+constexpr std::uint32_t stray = 0xFFFD;
+
+character first_character(std::string_view text) {
+    const auto byte = [text](std::size_t k) { return static_cast<unsigned char>(text[k]); };
+    const unsigned lead = byte(0);
+    if (lead < 0x80)
+        return {1, lead};
+    if (lead < 0xC2 || lead > 0xF4)
+        return {1, stray};
+    const std::size_t size = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    // What could be written shorter, surrogates and what lies behind the last character are none.
+    unsigned least = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+    unsigned greatest = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+    std::uint32_t code = lead & (0xFFU >> (size + 1));
+    for (std::size_t k = 1; k < size; ++k) {
+        if (k == text.size() || byte(k) < least || byte(k) > greatest)
+            return {k, stray};
+        code = code << 6 | (byte(k) & 0x3FU);
+        least = 0x80, greatest = 0xBF;
+    }
+    return {size, code};
+}
+
 bool is_utf8(std::string_view text) {
-    using handling = nlohmann::json::error_handler_t;
-    const nlohmann::json value(text);
-    return value.dump(-1, ' ', false, handling::ignore) == value.dump(-1, ' ', false, handling::replace);
+    while (!text.empty()) {
+        const character c = first_character(text);
+        if (c.code == stray && !text.starts_with("\xEF\xBF\xBD"))
+            return false;
+        text.remove_prefix(c.size);
+    }
+    return true;
+}
+
+/// Puts "\u" with four digits, twice for what takes more than 16 bits.
+char* put_code(char* to, std::uint32_t code) {
+    static constexpr char digits[] = "0123456789abcdef";
+    if (code > 0xFFFF) {
+        to = put_code(to, 0xD7C0 + (code >> 10));
+        return put_code(to, 0xDC00 | (code & 0x3FF));
+    }
+    *to++ = '\\', *to++ = 'u';
+    for (int shift = 12; shift >= 0; shift -= 4)
+        *to++ = digits[code >> shift & 15];
+    return to;
 }
 
 /// As many bytes from the start as are worked on at once; no character is cut in two.
@@ -103,10 +146,26 @@ void json_writer::put_piece(std::string_view text) {
         put_with_backslashes(text);
         return;
     }
-    std::string escaped = nlohmann::json(text).dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
-    for (std::size_t at = 0; (at = escaped.find('\x7F', at)) != std::string::npos;)
-        escaped.replace(at, 1, "\\u007f");
-    waiting_.append(escaped, 1, escaped.size() - 2);
+    put_escaped(text);
+}
+
+void json_writer::put_escaped(std::string_view text) {
+    static constexpr std::string_view named = "\b\t\n\f\r\"\\", letters = "btnfr\"\\";
+    const std::size_t start = waiting_.size();
+    waiting_.resize(start + 6 * text.size());  // six characters for a byte, and never more
+    char* end = waiting_.data() + start;
+    while (!text.empty()) {
+        const character c = first_character(text);
+        const std::size_t letter = c.code < 0x80 ? named.find(text[0]) : std::string_view::npos;
+        if (letter != std::string_view::npos)
+            *end++ = '\\', *end++ = letters[letter];
+        else if (c.code >= ' ' && c.code <= '~')
+            *end++ = text[0];
+        else
+            end = put_code(end, c.code);
+        text.remove_prefix(c.size);
+    }
+    waiting_.resize(static_cast<std::size_t>(end - waiting_.data()));
 }
 
 void json_writer::put_with_backslashes(std::string_view text) {
@@ -131,16 +190,24 @@ void json_writer::null(std::string_view key) {
     waiting_ += "null";
 }
 
-void json_writer::hex(std::string_view key, const unsigned char* bytes, std::size_t size) {
+void json_writer::hex(std::string_view key, std::span<const unsigned char> bytes) {
+    begin_hex(key);
+    put_digits(bytes);
+    end_hex();
+}
+
+void json_writer::begin_hex(std::string_view key) {
     begin_item(key);
     waiting_ += '"';
-    for (std::size_t at = 0; at < size; at += flush_size) {
-        const std::size_t bite = std::min(flush_size, size - at);
-        waiting_ += hex_digits({reinterpret_cast<const char*>(bytes) + at, bite});
-        if (bite == flush_size)
+}
+
+void json_writer::put_digits(std::span<const unsigned char> bytes) {
+    for (; !bytes.empty(); bytes = bytes.subspan(std::min(flush_size, bytes.size()))) {
+        const auto* const text = reinterpret_cast<const char*>(bytes.data());
+        waiting_ += hex_digits({text, std::min(flush_size, bytes.size())});
+        if (waiting_.size() >= flush_size)
             flush();
     }
-    waiting_ += '"';
 }
 
 void json_writer::name(std::string_view key, std::string_view name) {
@@ -148,9 +215,24 @@ void json_writer::name(std::string_view key, std::string_view name) {
     for (std::string_view rest = name; !rest.empty();) {
         const std::string_view piece = first_piece(rest);
         if (escapes_of(piece) == escapes::more && !is_utf8(piece)) {
-            hex(std::string(key) + "_hex", reinterpret_cast<const unsigned char*>(name.data()), name.size());
+            hex(std::string(key) + "_hex", {reinterpret_cast<const unsigned char*>(name.data()), name.size()});
             return;
         }
         rest.remove_prefix(piece.size());
     }
+}
+
+std::string_view brief_front(std::string_view name, std::size_t most) {
+    if (name.size() <= most / 6)  // however it is written
+        return name;
+    std::size_t size = 0;
+    for (std::size_t taken = 0; size < name.size(); ++size) {
+        const char c = name[size];
+        taken += c == '"' || c == '\\' ? 2 : (c & 0x80) != 0 ? 3 : c < ' ' || c > '~' ? 6 : 1;  // 3: of most characters
+        if (taken > most)
+            break;
+    }
+    for (int i = 0; i < 3 && size < name.size() && (name[size] & 0xC0) == 0x80; ++i)
+        --size;
+    return name.substr(0, size);
 }

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -33,8 +34,11 @@ public:
     void member(std::string_view key, std::string_view text);
     void member(std::string_view key, const char* text) { member(key, std::string_view(text)); }
     void null(std::string_view key);
-    /// Bytes as hexadecimal digits.
-    void hex(std::string_view key, const unsigned char* bytes, std::size_t size);
+    /// Bytes as hexadecimal digits; or in pieces, between the other two.
+    void hex(std::string_view key, std::span<const unsigned char> bytes);
+    void begin_hex(std::string_view key);
+    void put_digits(std::span<const unsigned char> bytes);
+    void end_hex() { waiting_ += '"'; }
 
     /// A name from a file. Stray bytes of one that is no UTF-8 are replaced, and all its bytes stand in a second member,
     /// KEY_hex.
@@ -48,11 +52,15 @@ private:
     void put_string(std::string_view text);
     void put_piece(std::string_view text);
     void put_with_backslashes(std::string_view text);
+    void put_escaped(std::string_view text);
     void flush();
 
     std::FILE* out_;
     std::string waiting_;
     std::vector<bool> has_items_;  ///< by level
 };
+
+/// As much of a name as takes some `most` characters of a document; no character is cut in two.
+std::string_view brief_front(std::string_view name, std::size_t most);
 
 #endif

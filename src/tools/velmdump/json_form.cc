@@ -125,7 +125,7 @@ private:
         json_.member("data_size", packet.header.data_size);
         json_.member("relocation_count", packet.header.nreloc);
         json_.member("checksum", packet.header.checksum);
-        json_.hex("data", module_.raw.bytes.data() + packet.data(), packet.header.data_size);
+        json_.hex("data", {module_.raw.bytes.data() + packet.data(), packet.header.data_size});
         json_.begin_array("relocations");
         for (std::uint32_t i = 0; i < packet.header.nreloc; ++i)
             put_reloc(section, module_.reloc(packet, i), start);

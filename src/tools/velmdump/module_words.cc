@@ -8,18 +8,6 @@
 #include "format/reloc_types.h"
 #include "tools/common/text_forms.h"
 
-std::string brief(std::string_view name, std::size_t most) {
-    std::string text = shown_name(name.substr(0, most));
-    if (name.size() <= most && text.size() <= most)
-        return text;
-    std::size_t end = 0;
-    for (std::size_t next = 0; next <= std::min(most, text.size());) {
-        end = next;  // between two characters of the name
-        next += text[next] != '\\' ? 1 : text[next + 1] == '\\' ? 2 : 4;
-    }
-    return text.substr(0, end) + "... (" + counted(name.size(), "byte") + ")";
-}
-
 const std::string& brief_names::at(std::uint32_t name_offset) {
     std::string& known = known_[name_offset];
     if (known.empty())

@@ -9,11 +9,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "tools/common/text_forms.h"
 #include "tools/velmdump/velm_module.h"
-
-/// The name in printable form; if that takes more than `most` characters, it is cut, and the name's length said:
-/// thousands of symbols may share the longest name that the string table can hold.
-std::string brief(std::string_view name, std::size_t most = 255);
 
 /// Names of a module in brief form, by their places in its string table, each made once: millions of relocations may
 /// refer to a few symbols with long names. The module must outlive it.
