@@ -35,7 +35,7 @@ bool COFF_FILE::prepare_relocs() {
     const allocation_scope scope("ERROR: Unable to allocate storage for sect relocation table\n");
     if (read_mixed_part(total))
         return true;
-    const std::size_t count = total / sizeof(reloc);
+    const auto count = static_cast<std::size_t>(total / sizeof(reloc));
     reloc_room_ = std::make_unique_for_overwrite<reloc[]>(count);
     free_reloc_room_ = {reloc_room_.get(), count};
     return true;

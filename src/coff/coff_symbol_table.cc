@@ -55,8 +55,9 @@ COFF_SYMBOL_TABLE::read_table COFF_SYMBOL_TABLE::read_entries(COFF_FILE* file) {
     const std::int64_t there = std::max<std::int64_t>(0, std::int64_t{file->file_length()} - position);
     // One more than the count: the auxiliary entry of the last symbol is read even if the count leaves it out.
     const std::uint64_t entries = std::min(std::uint64_t{count} + 1, static_cast<std::uint64_t>(there) / aux_size);
-    table.bytes = std::make_unique_for_overwrite<unsigned char[]>(entries * aux_size);
-    if (!file->read_at(position, table.bytes.get(), entries * aux_size))
+    const auto size = static_cast<std::size_t>(entries * aux_size);
+    table.bytes = std::make_unique_for_overwrite<unsigned char[]>(size);
+    if (!file->read_at(position, table.bytes.get(), size))
         end_on_short_symbol();
     table.there = static_cast<std::uint32_t>(entries);
     for (std::uint32_t& k = table.entries; k < std::min(count, table.there);)

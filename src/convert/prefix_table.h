@@ -26,7 +26,9 @@ private:
     static constexpr unsigned front_bits = 16;
     static constexpr std::size_t told_apart = 3 * name_hasher::step;  ///< bytes: most names are refused by those
 
-    std::uint8_t& told_by(const name_hasher& front) { return fronts_[front.state() >> (64 - front_bits)]; }
+    std::uint8_t& told_by(const name_hasher& front) {
+        return fronts_[static_cast<std::size_t>(front.state() >> (64 - front_bits))];
+    }
 
     /// False if no record begins `name`. Without a branch that depends on more than its length.
     bool leaves_hope(std::string_view name) {
