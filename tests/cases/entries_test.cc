@@ -76,6 +76,7 @@ TEST(EntriesFiles, TokensExportAndExcludeWhatTheyName) {
         {{"#"}, "", 3, ""},
         {{"#\n_api_one#\n# x"}, "", 3, missing("Symbol", "_api_one#") + "\n\n"},
         {{"_api_one\r\n# comment\r\n\v\f_api_two\r\n"}, "_api_one _api_two ", 3, ""},
+        {{"_api_one\x01x _api_two"}, "_api_two ", 3, missing("Symbol", "_api_one\x01x") + "\n\n"},
         {{"#" + std::string(5000, 'c') + "\n_api_one"}, "_api_one ", 3, ""},
         // Nothing but blanks and qualifiers: names that are empty.
         {{"-"}, "", 3, ""},

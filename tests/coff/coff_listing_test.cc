@@ -158,4 +158,24 @@ TEST(CoffListings, SingleEntriesByNumber) {
     EXPECT_ENDS(section.dump_linenos_xml(-1, stdout), "COFF_SECTION::dump_linenos_xml");
 }
 
+// Between two characters of the name, however many characters stand for one.
+TEST(BriefNames, AreCutWhereTheyTakeMoreThanTheyMay) {
+    const struct {
+        std::string shown, expected;
+    } rows[] = {{brief("", 6), "\"\""},
+                {brief("abcdef", 6), "abcdef"},
+                {brief("abcdefg", 6), "abcdef... (7 bytes)"},
+                {brief("ab\xFF", 6), "ab\\xFF"},
+                {brief("abc\xFF\xFF", 6), "abc... (5 bytes)"},
+                {brief("abcde\\", 6), "abcde... (6 bytes)"},
+                {brief("abcd\\e", 6), "abcd\\\\... (6 bytes)"},
+                {brief("\xFF", 3), "... (1 byte)"},
+                {brief_xml("a<b", 6), "a&lt;b"},
+                {brief_xml("a<b>", 6), "a&lt;b... (4 bytes)"},
+                {brief_xml("a&&", 6), "a&amp;... (3 bytes)"},
+                {brief_xml("\xFF\"", 9), "\\xFF... (2 bytes)"}};
+    for (const auto& [shown, expected] : rows)
+        EXPECT_EQ(shown, expected);
+}
+
 }  // namespace

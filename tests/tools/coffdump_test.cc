@@ -94,6 +94,8 @@ TEST_F(Coffdump, JsonTellsWhatThereIs) {
     const auto json = nlohmann::json::parse(listing(image, "--json"));
     const std::pair<const char*, nlohmann::json> rows[] = {
         {"/symbols/1/name_hex", "3C6120687265663D2226223E5D5D3E017FFFC3A927"},
+        {"/symbols/1/section_name", ".text"},
+        {"/symbols/5/section_name", ".data:long_name"},
         {"/symbols/6/auxiliary/next", 9},
         {"/sections/0/contents", "DEADBEEF01"},
         {"/sections/0/lines/0/line", 7},
@@ -105,6 +107,7 @@ TEST_F(Coffdump, JsonTellsWhatThereIs) {
     for (const auto& [place, value] : rows)
         EXPECT_EQ(json.at(nlohmann::json::json_pointer(place)), value) << place;
     EXPECT_FALSE(json["symbols"][2].contains("name_hex"));
+    EXPECT_FALSE(json["symbols"][4].contains("section_name"));
     files.write("names", "_absent\n");
     const auto check = nlohmann::json::parse(run({"check", "--json", "app.out", "-e", "names"}).out);
     EXPECT_EQ(check["converts"], true);
@@ -136,11 +139,27 @@ TEST_F(Coffdump, WhatTheFileDoesNotHoldIsNamed) {
     }
     EXPECT_THAT(run({"--all", "app.out"}).out, HasSubstr("contents are not in the file"));
     image.sections[0].mwidth = 1;
+    image.symbols[0].aux = {support::aux_section(0, 0xFFFF, 1)};  // as a symbol it would have no name
     files.write("app.out", image.data());
     EXPECT_THAT(run({"--headers", "app.out"}).out, HasSubstr("units of 1 bit ("));
     EXPECT_THAT(run({"check", "app.out"}).out,
                 HasSubstr("has a memory width of 1 bit (file offset 0x42)\n    modforge says: "
                           "ERROR: Section .text: a memory width of 1 bits is not supported\n"));
+    EXPECT_THAT(run({"check", "app.out"}).out, Not(HasSubstr("name at offset")));
+}
+
+// That listings stay in proportion, hostile_runs.py sees.
+TEST_F(Coffdump, LongNamesAreCutOnlyWhereTheyStandTooOften) {
+    coff_image image = sample();
+    const std::string name(30'000, 'n');
+    image.symbols[1].name = name;
+    EXPECT_THAT(listing(image, "--symbols"), HasSubstr(name + " (.text)\n"));
+    EXPECT_EQ(nlohmann::json::parse(listing(image, "--json"))["symbols"][1]["name"], name);
+    image.symbols.resize(1000, {.name = name});
+    EXPECT_THAT(listing(image, "--symbols"), HasSubstr("nnn... (30000 bytes) ("));
+    EXPECT_THAT(listing(image, "--xml"), HasSubstr("nnn... (30000 bytes)\""));
+    EXPECT_THAT(listing(image, "--strings"), HasSubstr(name + "\n"));
+    EXPECT_THAT(listing(image, "--json"), HasSubstr("nnn\",\n   \"name_length\": 30000,\n"));
 }
 
 // Whatever is cut off: the rest is listed, and the status tells.

@@ -116,6 +116,22 @@ def broken(rng, image):
     return image[:rng.randrange(len(image))] if rng.random() < .2 else image
 
 
+def out_of_proportion():
+    """Files whose listings would be hundreds of times as long if everything in them were listed wherever it stands."""
+    def image(sections, body, symbols, strings):
+        at = 22 + 48 * len(sections)
+        tables = b"".join(name.ljust(8, b"\0") + struct.pack("<9I4x", 0, 0, size, at, at, at, relocs, lines, 0x20)
+                          for name, size, relocs, lines in sections)
+        return (struct.pack("<2H3I3H", 0xC2, len(sections), 0, at + len(body), len(symbols) // 18, 0, 0x100, 0x99) +
+                tables + body + symbols + struct.pack("<I", 4 + len(strings)) + strings)
+    named = struct.pack("<2Ii2H2B", 0, 4, 0, 1, 0, 2, 0)
+    name, text = b"n" * 40000 + b"\0", (b".text", 0, 0, 0)
+    yield "one name of all symbols", image([text], b"", named * 1000, name)
+    yield "one name of all relocations", image([(b".text", 12000, 1000, 0)], struct.pack("<2I2H", 0, 0, 0, 17) * 1000,
+                                               named, name)
+    yield "one place of all sections", image([(b".text", 12000, 1000, 2000)] * 400, bytes(12000), named, b"n\0")
+
+
 class Judge:
     def __init__(self, programs, sources, room, memory):
         self.programs, self.room, self.memory, self.runs, self.faults = programs, room, memory, 0, []
@@ -139,6 +155,8 @@ class Judge:
         for text, own in ((done.stderr, "text"), (done.stdout, form)):
             for problem in getattr(self, "judge_" + own)(text, schema) if text and own != "raw" else ():
                 self.fault(problem, words)
+        if words[0] == "coffdump" and len(done.stdout) > 256 * self.size + (1 << 22):
+            self.fault(f"prints {len(done.stdout)} bytes about {self.size}", words)
         if done.returncode == 0 and form in ("json", "xml", "html") and not done.stdout:
             self.fault("prints nothing", words)
         return done.stdout if done.returncode == 0 else None
@@ -213,7 +231,7 @@ class Judge:
                 self.fault("not the same there and back", ["convert"])
 
     def coff(self, case, content):
-        self.case = case
+        self.case, self.size = case, len(content)
         self.write("h.out", content)
         self.runs_of("coffdump", COFF_RUNS)
 
@@ -234,6 +252,8 @@ def main():
         judge.write("h.entries", b"^_")
         for sample in samples:
             judge.coff("COFF file as it is", sample)
+        for shape, content in out_of_proportion():
+            judge.coff(shape, content)
         for number in range(count):
             order, other = rng.sample(("little", "big"), 2)
             image = renamed(rng, rng.choice(samples))
