@@ -93,12 +93,12 @@ so::conversion examination::convert_as_is() {
 }
 
 void examination::examine() {
-    const so::conversion as_is = convert_as_is();
+    so::conversion as_is = convert_as_is();
     refused_ = as_is.status != 0;
-    said_ = as_is.err;
     raw_image image(request_.input);
     conversion_checks checks(image, request_.input_name, plan_.symbols_only, findings_);
     if (!refused_) {
+        said_ = std::move(as_is.err);
         judge(checks, "");
         return;
     }
@@ -114,10 +114,11 @@ void examination::examine() {
 /// Converts until nothing is refused any more, or nothing can be done about it.
 void examination::convert_mended(conversion_checks& checks) {
     for (int tries = 0; tries < most_tries; ++tries) {
-        const so::conversion mended = so::convert(request_, &told_);
-        said_ = mended.err;
-        if (mended.status == 0)
+        so::conversion mended = so::convert(request_, &told_);
+        if (mended.status == 0) {
+            said_ = std::move(mended.err);
             return;
+        }
         if (checks.mend_cut(mended))
             continue;
         // Only what holds for the file as a whole: for the rest, mending may be to blame where tables overlap.

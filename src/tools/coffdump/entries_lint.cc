@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <map>
+#include <memory>
 #include <set>
 #include <unordered_map>
 
@@ -180,13 +181,14 @@ public:
             required_[{entry.kind, entry.name}] += !entry.optional;
         for (std::size_t at = 0; at < said.size();) {
             const std::size_t end = std::min(said.find('\n', at), said.size());
-            said_.insert(said.substr(at, end - at));
+            said_.push_back(std::string_view(said).substr(at, end - at));
             at = end + 1;
         }
+        std::sort(said_.begin(), said_.end());
     }
 
-    /// The warning about the entry, its text empty when there is none.
-    finding complaint(const placed_entry& entry) {
+    /// The warning about the entry, its text empty when there is none. With `suggest` what was probably meant, too.
+    finding complaint(const placed_entry& entry, bool suggest) {
         finding made{false, entry.place(), "", says_missing(entry), ""};
         const std::string named = std::string(kind_words(entry.kind)) + " '" + std::string(entry.name) + "' ";
         if (entry.first)
@@ -194,7 +196,7 @@ public:
         else if (entry.file.empty())
             return made;
         else if (entry.matches == 0)
-            matchless(entry, named, made);
+            matchless(entry, named, suggest, made);
         else if (entry.exports == 0 && entry.kind != placed_entry::excluded_section && !entry.obstacle.empty() &&
                  (entry.kind == placed_entry::symbol || entry.decides != 0))
             made.text = named + obstacle_words(entry);
@@ -236,10 +238,12 @@ private:
                         (kept.optional ? '-' : ' ') + name;
     }
 
-    void matchless(const placed_entry& entry, const std::string& named, finding& made) {
+    void matchless(const placed_entry& entry, const std::string& named, bool suggest, finding& made) {
         if (entry.optional)
             return;
         made.text = named + "matches nothing in " + input_name_;
+        if (!suggest)
+            return;
         const std::vector<std::string_view>& names = candidates(entry.kind);
         if (names.size() > comparisons_left_)
             return;
@@ -258,7 +262,10 @@ private:
         // Of prefixes and sections every repetition is missed, too; of them all the first is found first.
         const bool only_once = entry.kind == placed_entry::symbol;
         const std::size_t others = entry.first || only_once ? 0 : required_.at({entry.kind, entry.name}) - 1;
-        return (only_once && entry.first) || said_.count(line) <= others ? "" : line;
+        if (only_once && entry.first)
+            return {};
+        const auto same = std::equal_range(said_.begin(), said_.end(), std::string_view(line));
+        return static_cast<std::size_t>(same.second - same.first) <= others ? "" : line;
     }
 
     const std::vector<std::string_view>& candidates(placed_entry::kind_type kind) {
@@ -282,7 +289,7 @@ private:
 
     const so::account& told_;
     const std::string& input_name_;
-    std::multiset<std::string> said_;
+    std::vector<std::string_view> said_;                                                    // sorted lines
     std::map<std::pair<placed_entry::kind_type, std::string_view>, std::size_t> required_;  // how often, without '-'
     std::vector<std::string_view> symbol_names_;
     std::vector<std::string_view> section_names_;
@@ -306,12 +313,14 @@ void apply_entries(const so::account& told, std::vector<placed_entry>& entries) 
 
 void lint_entries(const so::account& told, const std::vector<placed_entry>& entries, const std::string& input_name,
                   const std::string& said, finding_list& findings) {
-    linter words(told, entries, input_name, said);
-    for (const placed_entry& entry : entries) {
-        finding made = words.complaint(entry);
-        if (!made.text.empty())
-            findings.add(std::move(made), true);
+    const auto words = std::make_shared<linter>(told, entries, input_name, said);
+    std::vector<std::uint32_t> which;
+    for (std::size_t k = 0; k < entries.size(); ++k) {
+        if (!words->complaint(entries[k], false).text.empty())
+            which.push_back(static_cast<std::uint32_t>(k));
     }
+    findings.add_made_later(std::move(which),
+                            [words, &entries](std::uint32_t k) { return words->complaint(entries[k], true); });
 }
 
 void print_counts(const std::vector<placed_entry>& entries, std::FILE* out) {

@@ -16,7 +16,7 @@
 void apply_entries(const second_opinion::account& told, std::vector<placed_entry>& entries);
 
 /// Adds a warning for every entry that has no effect, or another one than it seems. `input_name`: as modforge is given
-/// it; `said`: what modforge says on standard error.
+/// it; `said`: what modforge says on standard error. All but `findings` must outlive what is shown of those.
 void lint_entries(const second_opinion::account& told, const std::vector<placed_entry>& entries,
                   const std::string& input_name, const std::string& said, finding_list& findings);
 

@@ -2,6 +2,7 @@
 #include "tools/coffdump/findings.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "tools/common/json_writer.h"
 #include "tools/common/text_forms.h"
@@ -12,10 +13,16 @@ constexpr unsigned long most_of_a_kind = 10;
 
 }  // namespace
 
-void finding_list::add(finding added, bool all) {
+void finding_list::add(finding added) {
     errors_ += added.error;
-    if (all || ++counts_[added.kind] <= most_of_a_kind)
+    if (++counts_[added.kind] <= most_of_a_kind)
         findings_.push_back(std::move(added));
+}
+
+void finding_list::add_made_later(std::vector<std::uint32_t> which, std::function<finding(std::uint32_t)> make) {
+    later_place_ = findings_.size();
+    later_ = std::move(which);
+    make_ = std::move(make);
 }
 
 bool finding_list::tells(const std::string& says) const {
@@ -24,13 +31,18 @@ bool finding_list::tells(const std::string& says) const {
 
 template <typename VISIT> void finding_list::for_each(VISIT visit) const {
     std::map<unsigned, unsigned long> seen;
-    for (const finding& f : findings_) {
+    const auto visit_next = [&](const finding& f) {
         const unsigned long so_far = ++seen[f.kind];
         const auto count = counts_.find(f.kind);
         const unsigned long counted = count != counts_.end() ? count->second : 0;
         const bool more = so_far == most_of_a_kind && counted > most_of_a_kind;
         visit(f, so_far == 1, more ? counted - most_of_a_kind : 0);
-    }
+    };
+    const auto middle = findings_.begin() + static_cast<std::ptrdiff_t>(later_place_);
+    std::for_each(findings_.begin(), middle, visit_next);
+    for (const std::uint32_t which : later_)
+        visit_next(make_(which));
+    std::for_each(middle, findings_.end(), visit_next);
 }
 
 void finding_list::print(std::FILE* out) const {

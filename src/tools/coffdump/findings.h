@@ -2,7 +2,9 @@
 #ifndef MODFORGE_TOOLS_COFFDUMP_FINDINGS_H
 #define MODFORGE_TOOLS_COFFDUMP_FINDINGS_H
 
+#include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -23,12 +25,15 @@ enum : unsigned { reading_kinds = 10000, conversion_kinds = 20000, entries_kinds
 
 class finding_list {
 public:
-    /// Of one kind only the first ten are kept, and the rest counted; with `all` every one.
-    void add(finding added, bool all = false);
+    /// Of one kind only the first ten are kept, and the rest counted.
+    void add(finding added);
+    /// Adds a warning for each of `which`, of no kind, once at most. There may be a million: `make` is asked for each when
+    /// it is shown, and what it refers to must outlive the list.
+    void add_made_later(std::vector<std::uint32_t> which, std::function<finding(std::uint32_t)> make);
 
     bool has_errors() const { return errors_ != 0; }
-    bool empty() const { return findings_.empty(); }
-    /// Whether some finding has these words of modforge.
+    bool empty() const { return findings_.empty() && later_.empty(); }
+    /// Whether some finding that is made already has these words of modforge.
     bool tells(const std::string& says) const;
 
     /// "place: error: text", and what goes with it on lines of their own.
@@ -41,6 +46,9 @@ private:
     template <typename VISIT> void for_each(VISIT visit) const;
 
     std::vector<finding> findings_;
+    std::size_t later_place_ = 0;  ///< so many findings come before those that are made later
+    std::vector<std::uint32_t> later_;
+    std::function<finding(std::uint32_t)> make_;
     std::map<unsigned, unsigned long> counts_;  // by kind
     unsigned long errors_ = 0;
 };
