@@ -101,7 +101,8 @@ std::optional<std::string_view> entry_tokens::next() {
             error_exit("ERROR: %s:%lu: an entry has more than 255 characters\n", file_name_, line_);
         if (end == end_ && refill(at_))
             continue;  // it may go on
-        return std::string_view(std::exchange(at_, end), end == above ? length : strnlen(at_, length));
+        const char* const token = std::exchange(at_, end);
+        return std::string_view(token, end == above ? length : strnlen(token, length));
     }
     return std::nullopt;
 }

@@ -71,7 +71,7 @@ TEST(EntriesFiles, TokensExportAndExcludeWhatTheyName) {
         {{"-^"}, all, 3, ""},
         {{"_absent"}, "_absent ", 3, ""},
         // Comments, blanks, and line ends.
-        {{"# _api_one\n_api_two#x\na#b"}, "a#b ", 3, missing("Symbol", "_api_two#x") + "\n\n"},
+        {{"# _api_one\n_api_two#\x01\na#b"}, "a#b ", 3, missing("Symbol", "_api_two#\x01") + "\n\n"},
         {{"_api_one # to the end of the file"}, "_api_one ", 3, ""},
         {{"#"}, "", 3, ""},
         {{"#\n_api_one#\n# x"}, "", 3, missing("Symbol", "_api_one#") + "\n\n"},
@@ -169,10 +169,12 @@ TEST(EntriesFiles, TheLongestTokenNamesOneSymbol) {
     const std::string name(255, 'x');
     coff_image image = image_to_choose_from();
     image.symbols = {{.name = name}, {.name = name + 'x'}, {.name = name.substr(1)}};
-    conversion_request request = request_for(image);
     const std::string short_name = name.substr(1);
-    for (const auto& [entry, names] :
-         {std::pair{name, name + ' '}, {'^' + short_name, name + ' ' + name + "x " + short_name + ' '}}) {
+    image.sections[0].name = short_name + ":yy";
+    conversion_request request = request_for(image);
+    for (const auto& [entry, names] : {std::pair{name, name + ' '},
+                                       {'^' + short_name, name + ' ' + name + "x " + short_name + ' '},
+                                       {'!' + short_name, ""}}) {
         request.entries = {entry};
         EXPECT_EQ(exported(second_opinion::convert(request).module), names);
         expect_conversion(request);
