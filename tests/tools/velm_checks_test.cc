@@ -148,6 +148,7 @@ TEST(VelmChecks, EachRuleHasItsFinding) {
          "error: the first packet is to be at 0xEC, but strings, 3 section headers and 4 symbols end at 0xE8\n"},
         {{{sections + 24, 1}}, "error: 3 packets of section .text, but 2 in the file\n"},
         {{{sections + 28 + 20, 4}}, "error: first packet at 0x234, but it belongs at 0x230\n"},
+        {{{sections + 28 + 20, 0x40000000}}, "error: first packet at 0x40000230, but it belongs at 0x230\n"},
         {{{sections + 28 + 4, 0xA00}, {sections + 28 + 8, 0xA00}},
          "warning: run address of section .data lies inside section .text\n"},
         {{{sections + 28 + 16, 0x00320000}}, "error: section flags 0x0003: an initialisation table is named .cinit\n"},
@@ -238,8 +239,8 @@ const struct {
     {"relocation", 10, 12, "type"},
 };
 
-// Every field at the values where things break, with right sums: found, without a flood of errors, or listed on the page as
-// what no check finds.
+// Every field at the values where things break, with right sums: found, or listed on the page as what no check finds. Two
+// errors where two parts contradict each other and either may be wrong: flags and a name, or counts and what is there.
 TEST(VelmChecks, EveryFieldIsCheckedOrListed) {
     bytes module = small_module(false);
     const bytes sound = module;
@@ -256,7 +257,7 @@ TEST(VelmChecks, EveryFieldIsCheckedOrListed) {
                 const auto findings = findings_of(damaged);
                 SCOPED_TRACE(part.kind->name + (" at " + std::to_string(part.offset)) + ", field at " +
                              std::to_string(place.offset) + ": " + std::to_string(value) + '\n' + text_of(findings));
-                EXPECT_LE(std::count_if(findings.begin(), findings.end(), [](const finding& f) { return f.error; }), 3);
+                EXPECT_LE(std::count_if(findings.begin(), findings.end(), [](const finding& f) { return f.error; }), 2);
                 if (!findings.empty() || damaged == sound)
                     return;
                 const auto* const open = std::find_if(std::begin(open_fields), std::end(open_fields), [&](auto& f) {

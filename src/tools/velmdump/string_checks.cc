@@ -78,10 +78,11 @@ void lay_sections(const velm_module& module, table_layout& layout) {
 void lay_symbols(const velm_module& module, table_layout& layout) {
     std::uint64_t where = module.symbol_records();
     for (const velm_symbol_record& symbol : module.symbols) {
-        if (symbol.name_offset != velm_no_name)
-            layout.lay(symbol.name_offset, where, "symbol");
-        else if (velm_module::is_named(symbol))
+        const bool has_name = symbol.name_offset != velm_no_name;
+        if (has_name != velm_module::is_named(symbol))
             layout.forgive();  // what it should be is not known, and told with the symbol
+        else if (has_name)
+            layout.lay(symbol.name_offset, where, "symbol");
         where += sizeof symbol;
     }
 }
@@ -123,9 +124,11 @@ void check_strings(const velm_module& module, const sound_parts& parts, finding_
     if (begins_with_module_name(module))
         layout.lay_module_name();
     lay_sections(module, layout);
-    if (parts.header && !layout.faulty() && layout.next() != module.header.scn_name_size)
+    if (parts.header && !layout.faulty() && layout.next() != module.header.scn_name_size) {
         report.error(offsetof(velm_filehdr, scn_name_size), "the names of module and sections take %s, not %u",
                      counted(layout.next(), "byte").c_str(), module.header.scn_name_size);
+        layout.forgive();
+    }
     if (!parts.symbols)
         return;
     lay_symbols(module, layout);
