@@ -27,7 +27,7 @@ constexpr reloc_type_facts unlisted_ordinary = {0, nullptr, 0, 0, 0, reloc_word:
 constexpr reloc_type_facts unlisted_special = {0, nullptr, 0, 0, 0, reloc_word::symbol, no_disp};
 
 /// Rows of the types from `first` on, by number: a look-up in the dense ranges costs one step.
-template <unsigned first, std::size_t count> constexpr std::array<const reloc_type_facts*, count> dense_rows() {
+template <unsigned first, std::size_t count> consteval std::array<const reloc_type_facts*, count> dense_rows() {
     std::array<const reloc_type_facts*, count> rows{};
     for (std::size_t k = 0; k < count; ++k)
         rows[k] = first < first_expression ? &unlisted_ordinary : &unlisted_special;

@@ -34,8 +34,8 @@ constexpr auto by_number = [] {
 }();
 
 const storage_class_facts* facts_of(int sclass) {
-    return sclass >= 0 && sclass < static_cast<int>(by_number.size()) ? by_number[static_cast<std::size_t>(sclass)]
-                                                                      : nullptr;
+    const auto number = static_cast<unsigned>(sclass);
+    return number < by_number.size() ? by_number[number] : nullptr;
 }
 
 }  // namespace

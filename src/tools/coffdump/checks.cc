@@ -62,9 +62,7 @@ examination::examination(const planned_conversion& plan) : plan_(plan) {
 }
 
 bool examination::read_files() {
-    request_.input_name = input_label(plan_.input);
-    if (plan_.input != "-")
-        request_.input_name = plan_.input;
+    request_.input_name = plan_.input == "-" ? input_label(plan_.input) : plan_.input;
     request_.symbols_only = plan_.symbols_only;
     request_.keep_cinit = plan_.runtime_cinit;
     request_.packet_size = plan_.packet_size;

@@ -10,12 +10,12 @@ namespace {
 /// By relocation type; all types from 256 on have neither field nor container.
 using bits_by_type = std::array<u8, 256>;
 
-constexpr void set(bits_by_type& table, u8 bits, std::initializer_list<u8> types) {
+consteval void set(bits_by_type& table, u8 bits, std::initializer_list<u8> types) {
     for (const u8 type : types)
         table[type] = bits;
 }
 
-constexpr bits_by_type make_fields() {
+consteval bits_by_type make_fields() {
     bits_by_type bits{};
     set(bits, 1, {52, 53});
     set(bits, 4, {144});
@@ -39,7 +39,7 @@ constexpr bits_by_type make_fields() {
 
 constexpr bits_by_type bits_by_number = make_fields();
 
-constexpr bits_by_type make_containers() {
+consteval bits_by_type make_containers() {
     bits_by_type bits{};
     for (std::size_t type = 0; type < bits.size(); ++type)
         bits[type] = static_cast<u8>((bits_by_number[type] + 7) / 8 * 8);
