@@ -98,6 +98,7 @@ TEST(CoffFile, OnlyHeadersWithCoffInit) {
     const std::unique_ptr<COFF_FILE> file(COFF_FILE::coff_init(stream.get(), true));
     ASSERT_NE(file, nullptr);
     EXPECT_STREQ(file->get_section(std::int16_t{2})->name(), "a_long_section_name");
+    EXPECT_ENDS(read_and_exit(whole), "run past the end of the file");
     for (const std::ptrdiff_t size : {1, 21, 22, 22 + 47, 22 + 95}) {
         const bytes data(whole.begin(), whole.begin() + size);
         const memory_stream cut(data);
@@ -122,6 +123,7 @@ TEST(CoffFile, HeadersStepByStep) {
     EXPECT_ENDS(none.read_file_hdr(), "COFF_FILE::read_file_hdr: missing input file");
     EXPECT_ENDS(none.read_section_hdr(0), "COFF_FILE::read_section_hdr: missing input file");
     EXPECT_ENDS((void)none.read(static_cast<std::FILE*>(nullptr), false), "missing input file");
+    EXPECT_EQ(none.read("/", false), -1);
 }
 
 TEST(CoffFile, FlagsAndSwappersChangeInPlace) {

@@ -53,7 +53,7 @@ coff_image awkward_image(byte_order order) {
                      {.name = "union", .sclass = 12, .type = 0x30, .aux = {aux_tag(0x12345678, 20)}},
                      {.name = "enum", .sclass = 15, .type = 0x20, .aux = {aux_tag(4, 0x12345678)}},
                      {.name = "type", .sclass = 13, .type = 0x24, .aux = {aux_other(0x12345678, 4)}},
-                     {.name = "variable", .type = 4, .aux = {aux_other(4, 0x12345678)}},
+                     {.name = "a_variable", .type = 4, .aux = {aux_other(4, 0x12345678)}},
                      {.name = "last", .value = 0x01020304, .scnum = -2, .sclass = 0xC8, .type = 0x0102}};
     return image;
 }
@@ -72,8 +72,9 @@ TEST_P(CoffListing, TextNamesEverything) {
         "R_RELLONG  0x0011  32 bits at bit 0 of 32  symbol 0 (a_long\\x01\\xFF\\\\name)  displacement 0x0102\n|"
         "2 bits at bit 1 of 16|constant 0x00000055\n|symbol 4000 (none)\n|RE_ADD     0x4000\n|function 0 (a_long|line "
         "21862|"
-        "contents are not in the file|line numbers are not in the file|C_FCN|register_mask 3|file a<b.c|dimension_3 5|"
-        "(undefined)|String table|";
+        "contents are not in the file|line numbers are not in the file|C_FCN|\n             register_mask 3|file "
+        "a<b.c|dimension_3 5|"
+        "(undefined)|String table, 29 bytes\n         4  a_long\\x01\\xFF\\\\name\n        18  a_variable\n|";
     for (std::size_t from = 0, to; (to = all.find('|', from)) != std::string::npos; from = to + 1)
         EXPECT_THAT(text, HasSubstr(all.substr(from, to - from)));
 }
@@ -114,11 +115,12 @@ constexpr const char* all_as_xml =
 <symbol index="18" name="union" value="0x00000000" section="1" section_name="&lt;&amp;&quot;&gt;" type="0x0030" class="12" class_name="C_UNTAG"><auxiliary size="305419896" next="20"/></symbol>
 <symbol index="20" name="enum" value="0x00000000" section="1" section_name="&lt;&amp;&quot;&gt;" type="0x0020" class="15" class_name="C_ENTAG"><auxiliary size="4" next="305419896"/></symbol>
 <symbol index="22" name="type" value="0x00000000" section="1" section_name="&lt;&amp;&quot;&gt;" type="0x0024" class="13" class_name="C_TPDEF"><auxiliary tag="305419896" size="4"/></symbol>
-<symbol index="24" name="variable" value="0x00000000" section="1" section_name="&lt;&amp;&quot;&gt;" type="0x0004" class="2" class_name="C_EXT"><auxiliary tag="4" size="305419896"/></symbol>
+<symbol index="24" name="a_variable" value="0x00000000" section="1" section_name="&lt;&amp;&quot;&gt;" type="0x0004" class="2" class_name="C_EXT"><auxiliary tag="4" size="305419896"/></symbol>
 <symbol index="26" name="last" value="0x01020304" section="-2" section_name="none" type="0x0102" class="-56" class_name="INVALID STORAGE CLASS"></symbol>
 </symbols>
-<strings size="18">
+<strings size="29">
 <string offset="4">a_long\x01\xFF\\name</string>
+<string offset="18">a_variable</string>
 </strings>
 </coff_file>
 )";

@@ -99,7 +99,8 @@ TEST(CoffStream, BlocksEndAtTheSizeInUnits) {
     EXPECT_EQ(section.read(buffer, 1), 0U);
     EXPECT_EQ(section.UINT32_read(), 0x08070605U);
     section.seek(2);
-    EXPECT_EQ(section.write(buffer, 8), 2U);
+    EXPECT_EQ(section.write(buffer, 1), 1U);
+    EXPECT_EQ(section.write(buffer + 1, 8), 1U);
     EXPECT_EQ(contents_of(section), (bytes{1, 2, 4, 2, 5, 6, 7, 8}));
 }
 

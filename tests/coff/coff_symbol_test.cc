@@ -66,6 +66,7 @@ TEST(CoffSymbol, CountsAndLookUps) {
     EXPECT_EQ(table.size(), 17U * 18U);
     EXPECT_EQ(table.find_sym(2), nullptr);  // an auxiliary entry
     EXPECT_EQ(table.find_sym(17), nullptr);
+    EXPECT_EQ(COFF_SYMBOL::cmp(nullptr, nullptr), 0);
     EXPECT_EQ(table.find_source_file(&input.symbol(0)), nullptr);
     EXPECT_STREQ(table.find_source_file(&input.symbol(1)), "a.c");
     EXPECT_STREQ(table.find_source_file(&input.symbol(16)), "a.c");

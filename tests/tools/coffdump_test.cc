@@ -84,17 +84,24 @@ TEST_F(Coffdump, EachOptionListsItsPart) {
         for (const std::string& text : texts)
             EXPECT_THAT(out, HasSubstr(text)) << option;
     }
-    EXPECT_THAT(listing(sample(), "--contents=.text"), Not(HasSubstr("01 02 03 04")));
+    const std::pair<const char*, const char*> absent[] = {
+        {"--contents=.text", "01 02 03 04"}, {"--headers", "optional"}, {"--xml", "optional"}};
+    for (const auto& [option, text] : absent)
+        EXPECT_THAT(listing(sample(), option), Not(HasSubstr(text)));
 }
 
 // That it is as its schema says, and well-formed with any names, hostile_runs.py sees.
 TEST_F(Coffdump, JsonTellsWhatThereIs) {
     coff_image image = sample();
     image.symbols[1].name = "<a href=\"&\">]]>\x01\x7f\xff\xc3\xa9'";
+    image.symbols[3].name = "x";  // so long that it is written in pieces, whose border lies in a character
+    for (int k = 0; k < 20'000; ++k)
+        image.symbols[3].name += "\xF0\x9F\x98\x80";
     const auto json = nlohmann::json::parse(listing(image, "--json"));
     const std::pair<const char*, nlohmann::json> rows[] = {
         {"/symbols/1/name_hex", "3C6120687265663D2226223E5D5D3E017FFFC3A927"},
         {"/symbols/1/section_name", ".text"},
+        {"/symbols/3/name", image.symbols[3].name},
         {"/symbols/5/section_name", ".data:long_name"},
         {"/symbols/6/auxiliary/next", 9},
         {"/sections/0/contents", "DEADBEEF01"},
@@ -109,7 +116,7 @@ TEST_F(Coffdump, JsonTellsWhatThereIs) {
     EXPECT_FALSE(json["symbols"][2].contains("name_hex"));
     EXPECT_FALSE(json["symbols"][4].contains("section_name"));
     files.write("names", "_absent\n");
-    const auto check = nlohmann::json::parse(run({"check", "--json", "app.out", "-e", "names"}).out);
+    const auto check = nlohmann::json::parse(run({"check", "--json", "-e", "names", "app.out"}).out);
     EXPECT_EQ(check["converts"], true);
     EXPECT_EQ(check["findings"][0]["place"], "names:1:1");
     EXPECT_EQ(check["findings"][0]["severity"], "warning");
@@ -142,9 +149,6 @@ TEST_F(Coffdump, WhatTheFileDoesNotHoldIsNamed) {
     image.symbols[0].aux = {support::aux_section(0, 0xFFFF, 1)};  // as a symbol it would have no name
     files.write("app.out", image.data());
     EXPECT_THAT(run({"--headers", "app.out"}).out, HasSubstr("units of 1 bit ("));
-    EXPECT_THAT(run({"check", "app.out"}).out,
-                HasSubstr("has a memory width of 1 bit (file offset 0x42)\n    modforge says: "
-                          "ERROR: Section .text: a memory width of 1 bits is not supported\n"));
     EXPECT_THAT(run({"check", "app.out"}).out, Not(HasSubstr("name at offset")));
 }
 
@@ -160,6 +164,39 @@ TEST_F(Coffdump, LongNamesAreCutOnlyWhereTheyStandTooOften) {
     EXPECT_THAT(listing(image, "--xml"), HasSubstr("nnn... (30000 bytes)\""));
     EXPECT_THAT(listing(image, "--strings"), HasSubstr(name + "\n"));
     EXPECT_THAT(listing(image, "--json"), HasSubstr("nnn\",\n   \"name_length\": 30000,\n"));
+}
+
+// One fault, one finding.
+TEST_F(Coffdump, CheckTellsThePlaceAndTheWords) {
+    coff_image narrow = sample(), crowded = sample();
+    narrow.sections[0].mwidth = 1;
+    crowded.symbols.assign(65536, crowded.symbols[1]);
+    const coff_image lost{.sections = {{.name = ".text", .contents = {1}, .relptr = 0x70000000, .nreloc = 0x10000000}},
+                          .symbols = {{.name = ".text", .sclass = 3, .aux = {support::aux_section(1, 0, 0)}}},
+                          .string_table = false};
+    const std::pair<coff_image, const char*> rows[] = {
+        {narrow, "app.out: error: section 1 (.text) has a memory width of 1 bit (file offset 0x42)\n"
+                 "    modforge says: ERROR: Section .text: a memory width of 1 bits is not supported\n"
+                 "    way out: only 8, 16 and 32 are: the file is damaged, or made for another target\n"},
+        {crowded, "app.out: error: the module would have more than 65535 symbols\n"
+                  "    modforge says: ERROR: The module would have more than 65535 symbols\n"
+                  "    way out: export fewer: write an entries file\n"},
+        {lost,
+         "app.out: error: the 268435456 relocations of section 1 (.text), at offset 0x70000000, end at "
+         "0x130000000, the file at 0x6B\n"
+         "    modforge says: >>   error: app.out: 268435456 relocations of section .text at offset 1879048192 run "
+         "past the end of the file\n"
+         "    way out: the file is damaged or was cut short: link again\n"},
+    };
+    for (const auto& [image, words] : rows) {
+        files.write("app.out", image.data());
+        EXPECT_EQ(run({"check", "app.out"}).out, words);
+    }
+    const support::bytes whole = sample().data();
+    EXPECT_THAT(
+        support::run_program({COFFDUMP_PROGRAM, "check", "-"}, {.input = {whole.begin(), whole.begin() + 80}}).out,
+        ::testing::StartsWith("standard input: error: section header 2 of 2, at offset 0x46, runs past the end of "
+                              "the file (0x50 bytes)\n"));
 }
 
 // Whatever is cut off: the rest is listed, and the status tells.
@@ -181,6 +218,12 @@ TEST_F(Coffdump, ACutFileIsListedAsFarAsItGoes) {
     EXPECT_EQ(piped.status, 1);
     EXPECT_THAT(piped.err, ::testing::StartsWith("coffdump: standard input: the string table runs past the end"));
     EXPECT_THAT(piped.out, HasSubstr("_main (.text)"));
+    coff_image image = sample();  // the section behind the one whose name is not there
+    std::swap(image.sections[0].name, image.sections[1].name);
+    support::bytes nameless = image.data();
+    nameless.resize(nameless.size() - 8);
+    files.write("app.out", nameless);
+    EXPECT_THAT(run({"--sections", "app.out"}).out, HasSubstr("  .text\n"));
 }
 
 TEST_F(Coffdump, EntriesAreCheckedAgainstTheFile) {
@@ -251,6 +294,7 @@ TEST_F(Coffdump, OddEntriesFilesAreTold) {
         {"# note\r\n_main", "", "_main"},
         {"_mian", "symbol '_mian' " + none + "; did you mean '_main'?", "_mian"},
         {"main", "; did you mean '_main'?", "main"},
+        {"m_ain", "; did you mean '_main'?", "m_ain"},
         {"@.data:longname", "; did you mean '.data:long_name'?", "@.data:longname"},
         {"^_ipi_", "; did you mean '_api_'?", "^_ipi_"},
         {"__DLModules _main",
@@ -300,6 +344,8 @@ TEST_F(Coffdump, StatusTellsFaultsFromTrouble) {
         {{"absent"}, 2, "cannot read absent: No such file or directory"},
         {{"."}, 2, "cannot read .: Is a directory"},
         {{"--contents=.gone", "app.out"}, 2, "no section is named .gone"},
+        {{"check", "app.out", "-p", "296"}, 2, "must be a multiple of 4 from 300 to 1024"},
+        {{"check", "app.out", "-p", "1028"}, 2, "must be a multiple of 4 from 300 to 1024"},
         {{"entries", "app.out"}, 2, "ENTRIES"},
         {{"entries", "app.out", "absent"}, 2, "cannot read absent"},
         {{"entries", "app.out", "."}, 2, "cannot read .: Is a directory"},
@@ -309,6 +355,7 @@ TEST_F(Coffdump, StatusTellsFaultsFromTrouble) {
         EXPECT_EQ(result.status, row.status) << row.words << result.err;
         EXPECT_THAT(result.err, HasSubstr(row.words));
     }
+    EXPECT_THAT(run({"--version"}).out, ::testing::StartsWith("coffdump "));
     const std::string full = std::string("\"") + COFFDUMP_PROGRAM + "\" --all app.out > /dev/full";
     const run_result result = support::run_program({"/bin/sh", "-c", full}, {.directory = files.path()});
     EXPECT_EQ(result.status, 2);

@@ -218,6 +218,10 @@ TEST_F(Velmdump, DiffTellsWhatChangedInMeaning) {
     write("b.vlm", changed);
     const run_result result = run({"diff", "--ignore-stamp", "a.vlm", "b.vlm"});
     EXPECT_EQ(result.status, 1);
+    const auto json = nlohmann::json::parse(run({"diff", "--json", "a.vlm", "b.vlm"}).out);
+    EXPECT_EQ(json["same"], false);
+    EXPECT_EQ(json["differences"][0].dump(), R"({"part":"module","texts":["time stamp: 0x12345678, 0x00000001"]})");
+    EXPECT_EQ(json["differences"][1]["name"], ".const");
     EXPECT_EQ(result.out, "section .const: only in the second\n"
                           "section .data: only in the first\n"
                           "section .text: byte 0x3 differs\n"
@@ -296,6 +300,8 @@ TEST_F(Velmdump, StatusTellsFaultsFromTrouble) {
         {{"show", "--contents=.gone", "app.vlm"}, 2, "no section is named .gone"},
         {{"imports", "app.vlm", "--against", "absent"}, 2, "cannot read absent"},
         {{"diff", "app.vlm"}, 2, "required"},
+        {{"imports", "app.vlm", "--against", ""}, 2, "it names no file"},
+        {{"convert", "app.vlm", "-o", "new", "--form=paper"}, 2, "--form"},
         {{"map", "app.vlm"}, 2, "--output"},
         {{"map", "app.vlm", "-o", "/dev/full"}, 2, "cannot write /dev/full"},
     };

@@ -143,6 +143,11 @@ TEST_F(Verify, TellsWhereAndWhatIsDifferent) {
         EXPECT_THAT(result.out, testing::AllOf(HasSubstr(row.place), HasSubstr(row.meaning)));
         EXPECT_EQ(result.err, "");
     }
+    support::bytes neighbours = module;
+    neighbours[56] ^= 1;
+    neighbours[64] ^= 1;
+    files.write("app.vlm", neighbours);
+    EXPECT_THAT(verify({"app.vlm", "app.out", "-e=names"}).out, HasSubstr("offset 0x40: string table: \""));
     // Another size of a table or the file, another form, a text that deviates.
     files.write("app.vlm", support::bytes(module.begin(), module.end() - 4));
     EXPECT_THAT(verify({"app.vlm", "app.out", "-e=names"}).out, HasSubstr(" bytes, must be "));
