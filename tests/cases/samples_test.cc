@@ -1,6 +1,7 @@
 // The three sample programs: every run whose result is known.
 #include "cases/run_modforge.h"
 
+#include <bit>
 #include <fstream>
 #include <sstream>
 
@@ -16,6 +17,8 @@ const std::string samples = MODFORGE_SAMPLES;
 }  // namespace
 
 TEST(Samples, EveryKnownRunGivesTheKnownSum) {
+    if (std::endian::native != std::endian::little)
+        GTEST_SKIP() << "the sums are those of little-endian modules";
     std::ifstream list(samples + "/expected/SHA256SUMS");
     std::string line;
     int runs = 0;

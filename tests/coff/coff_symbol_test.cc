@@ -75,7 +75,7 @@ TEST(CoffSymbol, CountsAndLookUps) {
     EXPECT_EQ(table.find_func_sym(0x160), nullptr);
     EXPECT_ENDS((void)table.new_index(0), "COFF_SYMBOL_TABLE::new_index");
     // The count may leave out the auxiliary entry of the last symbol: it is read all the same.
-    coff_input last(coff_image{.symbols = {{.name = "s", .aux = {aux_tag(5, 0)}}}, .nsyms = 1});
+    coff_input last(coff_image{.symbols = {{.name = "s", .sclass = 10, .aux = {aux_tag(5, 0)}}}, .nsyms = 1});
     EXPECT_EQ(last.symbol(0).tag_size(), 5U);
 }
 

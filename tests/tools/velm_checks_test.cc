@@ -22,6 +22,9 @@ using support::put_word;
 using support::repair_sums;
 using support::word_at;
 
+/// Of the modules that damages are cut into, by place.
+constexpr auto little = second_opinion::byte_order::little;
+
 std::vector<finding> findings_of(const bytes& file) {
     return check_module(velm_module(decode_module({file.begin(), file.end()})));
 }
@@ -44,7 +47,8 @@ bytes small_module(bool c_text) {
                      {.name = "_printf", .scnum = 0},
                      {.name = "_local", .value = 0x801, .scnum = 2, .sclass = 3},
                      {.name = "__DLStart", .value = 0x102, .scnum = 1}};
-    return second_opinion::convert({.input = image.data(), .c_text = c_text, .packet_size = 300}).module;
+    return second_opinion::convert({.input = image.data(), .c_text = c_text, .packet_size = 300, .order = little})
+        .module;
 }
 
 /// No form of the module has an error; all have the same findings. False when there is no module.
@@ -187,9 +191,10 @@ TEST(VelmChecks, WholeModulesThatNoConverterWrites) {
     support::coff_image image;
     image.sections = {{.name = ".text", .paddr = 0x100, .contents = bytes(8, 0x5A)}};
     image.symbols = {{.name = "_main", .value = 0x100, .scnum = 1}, {.name = "__DLStarx", .value = 0x104, .scnum = 1}};
-    const bytes symbols_only = second_opinion::convert({.input = image.data(), .symbols_only = true}).module;
+    const bytes symbols_only =
+        second_opinion::convert({.input = image.data(), .symbols_only = true, .order = little}).module;
     const std::size_t symbols = 56 + word_at(symbols_only, 0) + 28;
-    bytes named = second_opinion::convert({.input = image.data()}).module;
+    bytes named = second_opinion::convert({.input = image.data(), .order = little}).module;
     named[56 + 8 + 6 + 6 + 8] = 't';  // "app.out", ".text", "_main", "__DLStarx"
     bytes crowded(56 + 8 + 28 * 0x8000);
     const std::string name = "app.out";
