@@ -199,14 +199,19 @@ struct box {
     }
 };
 
-/// The boxes of fitted texts, as high as their letters, and of bands.
+/// The boxes of fitted texts, as high as their letters, of the beginnings of others at the margin, and of bands.
 std::vector<box> boxes_of(const std::string& svg) {
     static const std::regex text(R"re(<text x="([\d.]+)" y="([\d.]+)" textLength="([\d.]+)"[^>]*>([^<]*))re");
+    static const std::regex label(R"re(<text x="16" y="([\d.]+)" class="q">([^<]*))re");
     static const std::regex band(R"re(<rect x="([\d.]+)" y="([\d.]+)" width="([\d.]+)" height="24")re");
     std::vector<box> boxes;
     for (std::sregex_iterator at(svg.begin(), svg.end(), text), end; at != end; ++at) {
         const double x = std::stod((*at)[1]), y = std::stod((*at)[2]);
         boxes.push_back({x, y - 8, x + std::stod((*at)[3]), y + 2, (*at)[4]});
+    }
+    for (std::sregex_iterator at(svg.begin(), svg.end(), label), end; at != end; ++at) {
+        const double y = std::stod((*at)[1]);
+        boxes.push_back({16, y - 8, 64, y + 2, (*at)[2]});
     }
     for (std::sregex_iterator at(svg.begin(), svg.end(), band), end; at != end; ++at) {
         const double x = std::stod((*at)[1]), y = std::stod((*at)[2]);

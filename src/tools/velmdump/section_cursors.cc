@@ -43,7 +43,7 @@ void reloc_cursor::next() {
 
 bool reloc_cursor::same_as(const reloc_cursor& other) const {
     return place() == other.place() && record_.r_type == other.record_.r_type &&
-           record_.r_disp == other.record_.r_disp && refers() == other.refers() && word() == other.word();
+           record_.r_disp == other.record_.r_disp && word() == other.word();
 }
 
 std::string reloc_cursor::words() const {
