@@ -115,11 +115,23 @@ TEST_F(SpecialFiles, AnOutputThatIsAnInput) {
 TEST_F(SpecialFiles, WhatCannotBeReadOrMadeIsTold) {
     fs::create_directory(path("folder"));
     ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    std::string entries;
+    for (int i = 0; i < 250'000; ++i)
+        entries += "a # of b c\n";
+    write("many", support::to_bytes(entries));
+    write("more", support::to_bytes(" d"));
     const struct {
         words command;
         int status;
         std::string err;
     } rows[] = {
+        {{COFFDUMP_PROGRAM, "check", "app.out", "-e", "many"}, 0, ""},
+        {{COFFDUMP_PROGRAM, "check", "app.out", "-e", "many", "more"},
+         2,
+         "coffdump: more: more than 250000 entries, which is more than is looked at\n"},
+        {{VELMDUMP_PROGRAM, "verify", "given.vlm", "app.out", "-e=many", "-e=more"},
+         2,
+         "velmdump: more: more than 250000 entries, which is more than is looked at\n"},
         {{MODFORGE_PROGRAM, "-o=folder", "app.out"}, 1, "ERROR: Unable to open file folder\n"},
         {{MODFORGE_PROGRAM, "-o=/proc/new", "app.out"}, 1, "ERROR: Unable to open file /proc/new\n"},
         {{VELMDUMP_PROGRAM, "map", "given.vlm", "-o", "folder"}, 2, "velmdump: cannot write folder: Is a directory\n"},

@@ -8,6 +8,7 @@
 #include "tools/coffdump/entries_lint.h"
 #include "tools/coffdump/raw_image.h"
 #include "tools/coffdump/reading_checks.h"
+#include "tools/common/entries_input.h"
 #include "tools/common/file_input.h"
 
 namespace {
@@ -71,13 +72,7 @@ bool examination::read_files() {
     if (!input)
         return false;
     request_.input = std::move(*input);
-    for (const std::string& file : plan_.entries_files) {
-        const auto text = read_whole(file);
-        if (!text)
-            return false;
-        request_.entries.emplace_back(text->begin(), text->end());
-    }
-    return true;
+    return read_entries_files(plan_.entries_files, request_.entries);
 }
 
 /// The conversion of the file as it is.

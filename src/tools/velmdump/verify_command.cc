@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "tools/common/entries_input.h"
 #include "tools/common/file_input.h"
 #include "tools/common/text_forms.h"
 #include "tools/common/tool_run.h"
@@ -54,16 +55,6 @@ bool take_option(const std::string& option, conversion_request& request, std::ve
     } else if (option != "-q" && !option.starts_with("-o=")) {  // what these change is not in a module
         complain("%s: no option of verify or of modforge (try 'velmdump verify --help')", printable(option).c_str());
         return false;
-    }
-    return true;
-}
-
-bool read_entries(const std::vector<std::string>& paths, conversion_request& request) {
-    for (const std::string& path : paths) {
-        const auto text = read_whole(path);
-        if (!text)
-            return false;
-        request.entries.emplace_back(text->begin(), text->end());
     }
     return true;
 }
@@ -193,7 +184,7 @@ int verify(const verify_arguments& given) {
     int status = status_good;
     const auto module = read_module(given.module, wanted_module::any, status);
     auto input = read_whole(given.input);
-    if (!input || !read_entries(entries_files, request))
+    if (!input || !read_entries_files(entries_files, request.entries))
         return status_trouble;
     if (!module)
         return status;
