@@ -196,6 +196,9 @@ TEST(VelmChecks, WholeModulesThatNoConverterWrites) {
     const std::size_t symbols = 56 + word_at(symbols_only, 0) + 28;
     bytes named = second_opinion::convert({.input = image.data(), .order = little}).module;
     named[56 + 8 + 6 + 6 + 8] = 't';  // "app.out", ".text", "_main", "__DLStarx"
+    image.sections.push_back({.name = ".bss", .flags = 0x80, .paddr = 0x200, .size = 8});
+    image.symbols = {{.name = "__DLStart", .value = 0x204, .scnum = -1}};
+    const bytes absolute = second_opinion::convert({.input = image.data()}).module;
     bytes crowded(56 + 8 + 28 * 0x8000);
     const std::string name = "app.out";
     std::copy(name.begin(), name.end(), crowded.begin() + 56);
@@ -212,6 +215,7 @@ TEST(VelmChecks, WholeModulesThatNoConverterWrites) {
         {changed(symbols_only, {{symbols + 8, 1}}), "error: symbol without a section in a module of symbols only\n"},
         {changed(symbols_only, {{symbols + 8, 0x00070000}}), "error: symbol of class 5 in a module of symbols only\n"},
         {changed(named, {}), "error: __DLStart has a name: it is only known as the entry point\n"},
+        {absolute, "warning: entry point in section .bss, which has no contents\n"},
         {changed(crowded, {}), "error: 32768 sections: a module has at most 32767\n"},
     };
     for (const auto& row : table)

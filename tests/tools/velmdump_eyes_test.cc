@@ -10,6 +10,7 @@
 #include "support/run_program.h"
 #include "tools/second_opinion/conversion.h"
 #include "tools/velmdump/drawn_text.h"
+#include "tools/velmdump/module_words.h"
 
 namespace {
 
@@ -109,7 +110,7 @@ TEST_F(VelmdumpEyes, ExtractsAndDumpsContents) {
     good({"extract", "app.vlm", ".text", "-o", "text.bin"});
     EXPECT_EQ(support::read_file(files.file("text.bin")), sample_with_copy().sections[0].contents);
     EXPECT_EQ(good({"extract", "app.vlm", "2", "-o", "-"}), std::string("\1\2\3\4\5\6"));
-    EXPECT_EQ(run({"extract", "app.vlm", "4", "-o", "-"}).status, 2);
+    EXPECT_THAT(run({"extract", "app.vlm", "4", "-o", "-"}).err, HasSubstr("no section is named 4"));
     EXPECT_EQ(run({"extract", "app.vlm", ".bss", "-o", "bss.bin"}).status, 2);
     EXPECT_EQ(run({"extract", "app.vlm", "4", "-o", "none.bin"}).status, 2);
     EXPECT_THAT(good({"show", "--contents", "app.vlm"}),
@@ -148,7 +149,7 @@ TEST(DrawnText, ShowsWhatCanBeSeenAndNothingElse) {
     } table[] = {
         {"_plain", "_plain", 6},
         {"back\\slash", "back\\\\slash", 11},
-        {"caf\xC3\xA9\xDF\x80", "caf\xC3\xA9\xDF\x80", 5},
+        {"caf\xC3\xA9\xE0\xA4\x85", "caf\xC3\xA9\xE0\xA4\x85", 5},
         {"\xE6\x97\xA5\xE6\x9C\xAC", "\xE6\x97\xA5\xE6\x9C\xAC", 4},         // two wide characters
         {"e\xCC\x81", "e\xCC\x81", 1},                                       // an accent that combines
         {"\xCC\x81", "\\xCC\\x81", 8},                                       // with nothing to combine with
@@ -163,6 +164,8 @@ TEST(DrawnText, ShowsWhatCanBeSeenAndNothingElse) {
         EXPECT_EQ(cells(row.drawn), row.cells) << row.drawn;
     }
     EXPECT_EQ(drawn_name("abc\xE6\x97\xA5", 4), "abc\xE2\x80\xA6");
+    EXPECT_EQ(drawn_name("abcd", 4), "abcd");
+    EXPECT_EQ(brief("\\\\\\\\", 3), "\\\\... (4 bytes)");
     EXPECT_EQ(markup("<a href=\"x\">&'"), "&lt;a href=&quot;x&quot;&gt;&amp;&#39;");
 }
 
@@ -248,6 +251,12 @@ TEST_F(VelmdumpEyes, MapSaysWhatMatters) {
          {"Sound: every checksum", "entry point .text+0x2 (0x00000102)", ">entry point<", "loads at 0x00000400",
           ">0x00008000<", "Imports: 1", "class=\"import\"", "prefers-color-scheme:dark", ">_begin<"})
         EXPECT_THAT(svg, HasSubstr(part));
+    support::coff_image two = sample_with_copy();
+    two.sections.pop_back();
+    two.symbols.resize(2);
+    two.sections[0].relocs.pop_back();
+    write("two.vlm", two);
+    EXPECT_THAT(good({"map", "two.vlm", "-o", "-"}), HasSubstr("Memory of all sections: 22 bytes"));
 }
 
 TEST_F(VelmdumpEyes, ReportIsOnePageForHostileNamesAndUnsoundModules) {
@@ -267,6 +276,13 @@ TEST_F(VelmdumpEyes, ReportIsOnePageForHostileNamesAndUnsoundModules) {
         const std::string without_name_spaces = std::regex_replace(page, std::regex("xmlns=\"[^\"]*\""), "");
         EXPECT_THAT(without_name_spaces, Not(HasSubstr(part)));
     }
+}
+
+TEST_F(VelmdumpEyes, ReportComparesModulesSideBySide) {
+    const std::string page = good({"report", "app.vlm", "app.vlm", "-o", "-"});
+    for (const char* part : {">Offered here<", "<td class=\"number\">1</td><td class=\"number\">0</td></tr>",
+                             ">sound</span>", "</i>code: 22 bytes ", "id=\"m2-sections\">{\"rows\":[\n[1,"})
+        EXPECT_THAT(page, HasSubstr(part));
 }
 
 /// Drives the page as a user does and leaves in it what was seen.
