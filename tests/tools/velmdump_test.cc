@@ -29,9 +29,6 @@ support::coff_image small_sample() {
     return image;
 }
 
-/// Of the modules that damages are cut into, by place.
-constexpr auto little = second_opinion::byte_order::little;
-
 class Velmdump : public ::testing::Test {
 protected:
     run_result run(std::vector<std::string> arguments, const std::string& input = "") {
@@ -46,7 +43,9 @@ protected:
         return result.out;
     }
     void write(const std::string& name, const support::coff_image& image, bool c_text = false) {
-        files.write(name, second_opinion::convert({.input = image.data(), .c_text = c_text, .order = little}).module);
+        files.write(name, second_opinion::convert(
+                              {.input = image.data(), .c_text = c_text, .order = second_opinion::byte_order::little})
+                              .module);
     }
 
     support::temporary_directory files;
@@ -260,7 +259,9 @@ TEST_F(Velmdump, DiffSeesEveryField) {
     image.sections[1].contents.resize(6);
     image.sections[2] = {.name = ".bss", .flags = 0x280, .paddr = 0x904, .vaddr = 0x908, .page = 7, .size = 20};
     files.write("b.vlm",
-                second_opinion::convert({.input_name = "b.out", .input = image.data(), .order = little}).module);
+                second_opinion::convert(
+                    {.input_name = "b.out", .input = image.data(), .order = second_opinion::byte_order::little})
+                    .module);
     EXPECT_EQ(run({"diff", "a.vlm", "b.vlm"}).out,
               "module name: app.out, b.out\n"
               "target: 0x00000099, 0x00000097\n"
