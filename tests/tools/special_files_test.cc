@@ -125,7 +125,7 @@ TEST_F(SpecialFiles, WhatCannotBeReadOrMadeIsTold) {
         int status;
         std::string err;
     } rows[] = {
-        {{COFFDUMP_PROGRAM, "check", "app.out", "-e", "many"}, 0, ""},
+        {{VELMDUMP_PROGRAM, "verify", "given.vlm", "app.out", "-e=many"}, 1, ""},
         {{COFFDUMP_PROGRAM, "check", "app.out", "-e", "many", "more"},
          2,
          "coffdump: more: more than 250000 entries, which is more than is looked at\n"},
