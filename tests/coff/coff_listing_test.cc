@@ -130,6 +130,23 @@ TEST_P(CoffListing, XmlHasAllFacts) {
     EXPECT_EQ(listing([&](std::FILE* out) { input.file.dump_xml(out); }), all_as_xml);
 }
 
+// Whether a section was read already does not show; what overlaps too far is named and kept out.
+TEST_P(CoffListing, SectionsInMemoryAndKeptOut) {
+    coff_input input(awkward_image(GetParam()));
+    COFF_SECTION& section = input.section(1);
+    ASSERT_NE(section.raw_data(), nullptr);
+    ASSERT_NE(section.lnno(1), nullptr);
+    EXPECT_EQ(listing([&](std::FILE* out) { input.file.dump_xml(out); }), all_as_xml);
+    section.unlist_contents();
+    section.unlist_lines();
+    const std::string text = listing([&](std::FILE* out) { section.dump(out); });
+    EXPECT_THAT(text, HasSubstr("  contents overlap those of other sections\n"));
+    EXPECT_THAT(text, HasSubstr("  line numbers overlap those of other sections\n"));
+    const std::string xml = listing([&](std::FILE* out) { section.dump_xml(out); });
+    EXPECT_EQ(xml.find("<contents>"), std::string::npos);
+    EXPECT_EQ(xml.find("<line "), std::string::npos);
+}
+
 TEST(CoffListings, NoStringTableIsNoFault) {
     coff_input input(coff_image{.opthdr = 20, .string_table = false});
     EXPECT_EQ(listing([&](std::FILE* out) { input.file.dump_strings(out); }), "No string table\n");
